@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ports {
+
+// Something a thread can wait for (event, thread, process). Only the implementation that made an
+// object can wait on it; handing a foreign object to a wait makes the wait fail.
+class Waitable {
+public:
+    virtual ~Waitable() = default;
+
+protected:
+    Waitable() = default;
+    Waitable(const Waitable&) = delete;
+    Waitable& operator=(const Waitable&) = delete;
+};
+
+// Time-out meaning "no time-out".
+inline constexpr uint32_t kInfinite = 0xFFFFFFFF;
+
+enum class WaitStatus { Signalled, TimedOut, Failed };
+
+// Outcome of a wait: for Signalled, index names the object that ended the wait (the lowest
+// signalled index when several are).
+struct WaitOutcome {
+    WaitStatus status = WaitStatus::Failed;
+    std::size_t index = 0;
+
+    bool Signalled(std::size_t which) const { return status == WaitStatus::Signalled && index == which; }
+};
+
+} // namespace ports
