@@ -22,7 +22,7 @@ public:
     // An empty name makes an unnamed event. Asking for a name that already exists opens that event
     // (its reset mode and state stay as they are), as CreateEventW does.
     virtual std::unique_ptr<Event> NewEvent(bool manualReset, bool initiallySet,
-                                            const std::wstring& name = {}) = 0;
+                                            const std::u16string& name = {}) = 0;
     virtual std::unique_ptr<Thread> StartThread(std::function<uint32_t()> body) = 0;
     virtual std::unique_ptr<CriticalSection> NewCriticalSection() = 0;
 
