@@ -2,6 +2,7 @@
 // buffers on the process heap, and hostile bytes that must get a code and never a crash.
 #include "monitor_plugin_test.h"
 
+#include <algorithm>
 #include <random>
 
 namespace abi_test {
@@ -12,7 +13,7 @@ using test_host::MessageBytes;
 using test_host::Tree;
 using test_host::Value;
 
-constexpr Result kNotInitialised = Code(0xA0800009);
+constexpr Result kUnknownCommand = Code(0xA0800010);
 constexpr Result kUnsupportedMessage = Code(0xA0800005);
 
 class MessageTest : public MonitorPluginTest {
@@ -22,17 +23,21 @@ protected:
         ASSERT_EQ(host.InstallLogSink(), 0);
     }
 
-    // An empty answer may come back as no buffer or as an empty one on the process heap.
-    static void ExpectEmptyAnswer(const Exchange& exchange) {
-        EXPECT_TRUE(exchange.answer.empty());
-        if (exchange.answerPresent) {
-            EXPECT_TRUE(exchange.answerOnProcessHeap);
-        }
+    // The command table has no entry without a "Cmd": the answer says so in its only key.
+    static void ExpectUnknownCommand(const Exchange& exchange) {
+        EXPECT_EQ(exchange.result, kUnknownCommand);
+        ASSERT_TRUE(exchange.answerPresent);
+        EXPECT_TRUE(exchange.answerOnProcessHeap);
+        const auto answer = exchange.AnswerTree();
+        ASSERT_TRUE(answer.has_value());
+        ASSERT_EQ(answer->Entries().size(), 1u);
+        ASSERT_NE(answer->Find("Error"), nullptr);
+        EXPECT_EQ(answer->Find("Error")->AsWide(), L"Unknown Command");
     }
 
     // The plug-in still answers a well-formed request the way it did before.
     void ExpectStillAnswering() {
-        EXPECT_EQ(host.SendRequest({{"Command", Value::Int32(16)}}).result, kNotInitialised);
+        ExpectUnknownCommand(host.SendRequest({{"Command", Value::Int32(16)}}));
     }
 
     Exchange SendRaw(std::vector<uint8_t> body, uint8_t type = 0xE1) {
@@ -40,16 +45,42 @@ protected:
     }
 };
 
-TEST_F(MessageTest, a_request_before_initialize_is_refused_and_answers_nothing) {
-    const Exchange exchange = host.SendRequest({{"Command", Value::Int32(16)}});
-    EXPECT_EQ(exchange.result, kNotInitialised);
-    ExpectEmptyAnswer(exchange);
+TEST_F(MessageTest, a_request_without_cmd_answers_unknown_command) {
+    ExpectUnknownCommand(host.SendRequest({{"Command", Value::Int32(16)}}));
 }
 
-TEST_F(MessageTest, a_header_only_request_is_refused_like_any_other) {
-    const Exchange exchange = host.Send(MessageBytes(0xE1, 0, {}));
-    EXPECT_EQ(exchange.result, kNotInitialised);
-    ExpectEmptyAnswer(exchange);
+TEST_F(MessageTest, the_answer_body_is_exactly_the_error_entry) {
+    const Exchange exchange = host.SendRequest({});
+    EXPECT_EQ(exchange.answer, test_host::Encode({{"Error", Value::Wide(L"Unknown Command")}}));
+}
+
+TEST_F(MessageTest, a_header_only_request_answers_unknown_command) {
+    ExpectUnknownCommand(host.Send(MessageBytes(0xE1, 0, {})));
+}
+
+TEST_F(MessageTest, a_request_logs_its_cmd_at_trace_level) {
+    ExpectUnknownCommand(host.SendRequest({{"Cmd", Value::Wide(L"GetInfo")}}));
+    const auto logs = host.Logs();
+    const auto line = std::find_if(logs.begin(), logs.end(), [](const test_host::LogLine& l) {
+        return l.text == L"ProcessRequest, Cmd:GetInfo";
+    });
+    ASSERT_NE(line, logs.end());
+    EXPECT_EQ(line->level, 6);
+}
+
+TEST_F(MessageTest, a_request_without_cmd_logs_an_empty_cmd) {
+    host.SendRequest({});
+    const auto logs = host.Logs();
+    ASSERT_FALSE(logs.empty());
+    EXPECT_EQ(logs.back().text, L"ProcessRequest, Cmd:");
+    EXPECT_EQ(logs.back().level, 6);
+}
+
+TEST_F(MessageTest, without_a_log_sink_a_request_is_still_answered) {
+    test_host::TestHost silent(PluginFolder(), kPluginFile, 0);
+    ASSERT_NE(silent.Plugin(), nullptr);
+    ExpectUnknownCommand(silent.SendRequest({{"Cmd", Value::Wide(L"GetInfo")}}));
+    EXPECT_TRUE(silent.Logs().empty());
 }
 
 TEST_F(MessageTest, a_notification_returns_zero_without_an_answer) {
@@ -114,8 +145,7 @@ TEST_F(MessageTest, bodies_that_lie_about_their_lengths_do_not_crash) {
         {1, 'k', 32, 0xF0, 0xFF, 0xFF, 0xFF, 1, 'j', 2, 4, 0},  // nested length past the end
     };
     for (const auto& body : bodies) {
-        const Exchange request = SendRaw(body);
-        EXPECT_EQ(request.result, kNotInitialised);
+        ExpectUnknownCommand(SendRaw(body));
         EXPECT_EQ(SendRaw(body, 0xE4).result, 0);
     }
     ExpectStillAnswering();
@@ -135,8 +165,7 @@ std::vector<uint8_t> NestedMaps(uint32_t depth) {
 }
 
 TEST_F(MessageTest, deeply_nested_maps_do_not_crash) {
-    const auto request = SendRaw(NestedMaps(200000));
-    EXPECT_EQ(request.result, kNotInitialised);
+    ExpectUnknownCommand(SendRaw(NestedMaps(200000)));
     EXPECT_EQ(SendRaw(NestedMaps(200000), 0xE4).result, 0);
     ExpectStillAnswering();
 }
