@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace VelmorValueSet {
+
+// The kind byte that leads every value on the wire. Any other byte is not a kind.
+enum class Kind : uint8_t {
+    None = 0, // allocated but not read yet; never valid on the wire
+    Boolean = 1,
+    Int32 = 2,
+    Int64 = 3,
+    Binary = 4,
+    UInt32 = 5,
+    Double = 7,
+    WideString = 16,
+    Map = 32,
+};
+
+// True for the kinds that may travel on the wire.
+constexpr bool IsWireKind(Kind kind) {
+    switch (kind) {
+    case Kind::Boolean:
+    case Kind::Int32:
+    case Kind::Int64:
+    case Kind::Binary:
+    case Kind::UInt32:
+    case Kind::Double:
+    case Kind::WideString:
+    case Kind::Map:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Selects the wide-string constructor whose payload carries the terminator (the device-information
+// answers travel that way).
+struct CountTerminator {};
+inline constexpr CountTerminator kCountTerminator{};
+
+class ValueSet;
+class ValueWire;
+
+// One typed value of a tree. The payload is kept in wire order (little-endian integers, UTF-16LE
+// text), so writing it is a copy; short payloads live inside the object, longer ones on the heap.
+// A map value owns its nested set and caches that set's body size as its length.
+class OrvexValue {
+public:
+    OrvexValue(); // kind 0, for the reader
+    explicit OrvexValue(bool value);
+    explicit OrvexValue(uint8_t value);
+    explicit OrvexValue(int32_t value);
+    explicit OrvexValue(uint32_t value);
+    explicit OrvexValue(uint64_t value);
+    explicit OrvexValue(double value);
+    // Wide strings: the length counts the code units without the terminator, which is stored
+    // after the payload all the same. A null pointer is an empty string.
+    explicit OrvexValue(const char16_t* text);
+    explicit OrvexValue(std::u16string text);
+    explicit OrvexValue(std::u16string_view text);
+    // The length also counts the terminator, so it goes out on the wire.
+    OrvexValue(const char16_t* text, CountTerminator);
+    // A binary block holding a copy of the bytes.
+    OrvexValue(const void* bytes, std::size_t size);
+    // A map value owning the set; its cached length is 0 until it is written.
+    explicit OrvexValue(ValueSet map);
+    virtual ~OrvexValue();
+
+    OrvexValue(const OrvexValue&) = delete;
+    OrvexValue& operator=(const OrvexValue&) = delete;
+
+    Kind GetKind() const { return kind_; }
+    uint32_t Length() const { return length_; }
+    // The payload bytes in wire order; empty for a map and for a value without payload.
+    std::span<const uint8_t> Payload() const;
+
+    // Typed reads: 0, 0.0, false or empty when the kind differs or the payload is too short.
+    bool AsBool() const;
+    int32_t AsInt32() const;
+    uint32_t AsUInt32() const;
+    uint64_t AsUInt64() const;
+    double AsDouble() const;
+    // The text up to its first zero code unit (so a counted terminator is not part of it).
+    std::u16string AsString() const;
+    std::span<const uint8_t> AsBlock() const;
+    ValueSet* AsMap();
+    const ValueSet* AsMap() const;
+
+private:
+    friend class ValueWire;
+
+    static constexpr std::size_t kInlineBytes = 16;
+
+    // Sets kind and length and makes room for the payload (plus a zeroed terminator for text).
+    // When the heap cannot give the room the value keeps no payload and the result is false.
+    bool Allocate(Kind kind, std::size_t length);
+    void AssignText(std::u16string_view text, bool countTerminator);
+    std::size_t StoredSize() const;
+    bool OnHeap() const { return kind_ != Kind::Map && StoredSize() > kInlineBytes; }
+    uint8_t* Bytes() { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
+    const uint8_t* Bytes() const { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
+    template <typename T>
+    T LoadIf(Kind kind) const;
+
+    Kind kind_ = Kind::None;
+    // For a map, the body size last written; writing a const tree refreshes it.
+    mutable uint32_t length_ = 0;
+    union Storage {
+        uint8_t inline_bytes[kInlineBytes];
+        uint8_t* heap;
+        ValueSet* map;
+    } storage_{};
+};
+
+} // namespace VelmorValueSet

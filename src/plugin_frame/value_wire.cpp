@@ -1,0 +1,201 @@
+#include "plugin_frame/value_wire.h"
+
+#include "plugin_frame/little_endian.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace VelmorValueSet {
+
+namespace {
+
+// A well-formed body is read in one pass over its bytes. A nested map whose keys repeat is shorter
+// than its declared length, and reading resumes inside it; bounding the bytes visited to a few
+// passes keeps a hostile body from making that exponential in the nesting depth.
+constexpr uint64_t kReadPasses = 4;
+
+uint64_t Saturated(uint64_t size) {
+    return std::min(size, ValueWire::kTooBig);
+}
+
+} // namespace
+
+uint64_t ValueWire::BodySize(const ValueSet& set, bool storeMapLengths) {
+    uint64_t total = 0;
+    for (const auto& [key, value] : set) {
+        if (value) {
+            total = Saturated(total + 1 + key.size() + ValueSize(*value, storeMapLengths));
+        }
+    }
+    return total;
+}
+
+uint64_t ValueWire::ValueSize(const OrvexValue& value, bool storeMapLengths) {
+    if (value.kind_ != Kind::Map) {
+        return kValueHeaderSize + uint64_t{value.length_};
+    }
+    const uint64_t nested = BodySize(*value.storage_.map, storeMapLengths);
+    if (storeMapLengths && nested < kTooBig) {
+        value.length_ = static_cast<uint32_t>(nested);
+    }
+    return Saturated(kValueHeaderSize + nested);
+}
+
+class ValueWire::Writer {
+public:
+    explicit Writer(std::span<uint8_t> out) : at_(out.data()), end_(out.data() + out.size()) {}
+
+    bool Body(const ValueSet& set) {
+        for (const auto& [key, value] : set) {
+            if (value && !(Byte(static_cast<uint8_t>(key.size())) &&
+                           Bytes(key.data(), key.size()) && Value(*value))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool Value(const OrvexValue& value) {
+        if (!IsWireKind(value.kind_) || Room() < kValueHeaderSize) {
+            return false;
+        }
+        *at_++ = static_cast<uint8_t>(value.kind_);
+        StoreLittleEndian(at_, value.length_);
+        at_ += sizeof(uint32_t);
+        if (value.kind_ != Kind::Map) {
+            return Bytes(value.Bytes(), value.length_);
+        }
+        // The cached length was measured just before; the nested body must match it exactly.
+        const uint8_t* start = at_;
+        return Body(*value.storage_.map) && static_cast<std::size_t>(at_ - start) == value.length_;
+    }
+
+private:
+    std::size_t Room() const { return static_cast<std::size_t>(end_ - at_); }
+
+    bool Byte(uint8_t byte) { return Bytes(&byte, 1); }
+
+    bool Bytes(const void* bytes, std::size_t size) {
+        if (size > Room()) {
+            return false;
+        }
+        if (size != 0) {
+            std::memcpy(at_, bytes, size);
+        }
+        at_ += size;
+        return true;
+    }
+
+    uint8_t* at_;
+    uint8_t* end_;
+};
+
+bool ValueWire::WriteBody(const ValueSet& set, std::span<uint8_t> out) {
+    return Writer(out).Body(set);
+}
+
+bool ValueWire::WriteValue(const OrvexValue& value, std::span<uint8_t> out) {
+    return Writer(out).Value(value);
+}
+
+class ValueWire::Reader {
+public:
+    explicit Reader(std::size_t inputSize) : budget_(kReadPasses * inputSize) {}
+
+    // Reads a body into an empty set. collapsed tells that a key repeated somewhere inside, so the
+    // set's body is shorter than the bytes read.
+    bool Body(std::span<const uint8_t> body, uint32_t depth, ValueSet& into, bool& collapsed) {
+        std::size_t offset = 0;
+        while (offset < body.size()) {
+            const std::size_t keyLength = body[offset++];
+            if (keyLength > body.size() - offset || !Spend(1 + keyLength)) {
+                return false;
+            }
+            const std::string_view key(reinterpret_cast<const char*>(body.data() + offset),
+                                       keyLength);
+            offset += keyLength;
+            std::size_t advance = 0;
+            auto value = Value(body.subspan(offset), depth, advance, collapsed);
+            if (!value) {
+                return false;
+            }
+            offset += advance;
+            auto& slot = into.InsertSlot(key);
+            collapsed = collapsed || slot != nullptr;
+            slot = std::move(value);
+        }
+        return true;
+    }
+
+    // Reads the value at the front of bytes; advance is its size (for a map, the nested body's own
+    // size, which is where the next entry is read from).
+    std::unique_ptr<OrvexValue> Value(std::span<const uint8_t> bytes, uint32_t depth,
+                                      std::size_t& advance, bool& collapsed) {
+        if (bytes.size() < kValueHeaderSize) {
+            return nullptr;
+        }
+        const auto kind = static_cast<Kind>(bytes[0]);
+        const uint32_t length = LoadLittleEndian<uint32_t>(bytes.data() + 1);
+        if (length > bytes.size() - kValueHeaderSize || !IsWireKind(kind)) {
+            return nullptr;
+        }
+        const auto payload = bytes.subspan(kValueHeaderSize, length);
+        auto value = std::make_unique<OrvexValue>();
+        if (kind == Kind::Map) {
+            return ReadMap(std::move(value), payload, depth, advance, collapsed);
+        }
+        if (!Spend(kValueHeaderSize + length) || !value->Allocate(kind, length)) {
+            return nullptr;
+        }
+        if (length != 0) {
+            std::memcpy(value->Bytes(), payload.data(), length);
+        }
+        advance = kValueHeaderSize + length;
+        return value;
+    }
+
+private:
+    std::unique_ptr<OrvexValue> ReadMap(std::unique_ptr<OrvexValue> value,
+                                        std::span<const uint8_t> payload, uint32_t depth,
+                                        std::size_t& advance, bool& collapsed) {
+        if (depth >= kMaxDepth || !Spend(kValueHeaderSize)) {
+            return nullptr;
+        }
+        value->storage_.map = new ValueSet();
+        value->kind_ = Kind::Map;
+        value->length_ = static_cast<uint32_t>(payload.size());
+        bool nestedCollapsed = false;
+        if (!Body(payload, depth + 1, *value->storage_.map, nestedCollapsed)) {
+            return nullptr;
+        }
+        collapsed = collapsed || nestedCollapsed;
+        const uint64_t nested =
+            nestedCollapsed ? BodySize(*value->storage_.map, false) : payload.size();
+        advance = static_cast<std::size_t>(kValueHeaderSize + nested);
+        return value;
+    }
+
+    bool Spend(std::size_t bytes) {
+        if (bytes > budget_) {
+            return false;
+        }
+        budget_ -= bytes;
+        return true;
+    }
+
+    uint64_t budget_;
+};
+
+bool ValueWire::ReadBody(std::span<const uint8_t> body, ValueSet& into) {
+    bool collapsed = false;
+    return Reader(body.size()).Body(body, 0, into, collapsed);
+}
+
+std::unique_ptr<OrvexValue> ValueWire::ReadValue(std::span<const uint8_t> bytes) {
+    std::size_t advance = 0;
+    bool collapsed = false;
+    return Reader(bytes.size()).Value(bytes, 0, advance, collapsed);
+}
+
+} // namespace VelmorValueSet

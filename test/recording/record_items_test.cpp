@@ -1,0 +1,16 @@
+#include "recording/record_items.h"
+
+#include <array>
+#include <gtest/gtest.h>
+#include <string_view>
+
+TEST(RecordItems, names_say_what_each_identifier_measures) {
+    const std::array<std::string_view, kRecordItemCount> names = {
+        "CPU frequency",   "CPU temperature", "CPU usage",   "GPU frequency",
+        "GPU temperature", "GPU usage",       "Used memory", "Disk active time",
+        "Disk read speed", "Disk write speed"};
+    for (std::size_t i = 0; i < kRecordItemCount; ++i) {
+        EXPECT_EQ(RecordItemName(kRecordItemIds[i]), names[i]);
+    }
+    EXPECT_EQ(RecordItemName(0x30000), "");
+}
