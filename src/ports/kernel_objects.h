@@ -41,4 +41,14 @@ public:
 // The most objects one wait takes (MAXIMUM_WAIT_OBJECTS).
 inline constexpr std::size_t kMaxWaitObjects = 64;
 
+// For implementations: runs `make`, turning an exception (out of memory, no thread) into null.
+template <typename Make>
+auto MadeOrNull(Make&& make) noexcept -> decltype(make()) {
+    try {
+        return make();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
 } // namespace ports

@@ -78,9 +78,9 @@ void RecordBuffer::Read(int32_t round, int32_t count, uint8_t* const* pages) con
     }
 
     std::shared_lock guard(lock_);
-    // round == written is admitted on purpose: that slot is not written yet and reads as zeros or
-    // as the record it is about to replace.
-    if (round < 0 || round > written_.load(std::memory_order_relaxed)) {
+    // round >= 0 follows from the count check. round == written is admitted on purpose: that slot
+    // is not written yet and reads as zeros or as the record it is about to replace.
+    if (round > written_.load(std::memory_order_relaxed)) {
         throw std::invalid_argument("round is invlid");
     }
     uint64_t position = static_cast<uint64_t>(round - count + 1) * unit_ % ringBytes_;

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "ports/waitable.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace sim {
+
+// The signal state behind one native kernel object; several handles may share one (a named event
+// opened twice). Every signal state and every native wait share one process-wide lock, so Signal()
+// hands the object to exactly the waiters it can release, in the order they began to wait: all of
+// them for a manual-reset object, the first one for an auto-reset object.
+class SignalState {
+public:
+    enum class Reset { Manual, Auto };
+
+    SignalState(Reset mode, bool signalled) : mode_(mode), signalled_(signalled) {}
+    SignalState(const SignalState&) = delete;
+    SignalState& operator=(const SignalState&) = delete;
+
+    void Signal();
+    void Unsignal();
+
+    // Waits until one of the states is signalled (WaitForMultipleObjects with bWaitAll = FALSE):
+    // the lowest signalled index wins and only the winner is consumed, if it is auto-reset.
+    // The caller has checked the count (1 to ports::kMaxWaitObjects).
+    static ports::WaitOutcome WaitAny(std::span<const std::shared_ptr<SignalState>> states,
+                                      uint32_t timeoutMs);
+
+private:
+    struct Waiter;
+
+    void Release(Waiter& waiter);
+    void Take();
+    static void Withdraw(Waiter& waiter);
+
+    const Reset mode_;
+    bool signalled_;
+    std::vector<Waiter*> waiters_; // in the order they began to wait
+};
+
+// Base of every object that sim::NativeKernelObjects can wait on; anything else makes the wait
+// fail. A new native waitable derives from its port (or ports::Waitable) and from this, and calls
+// Signal() when it should release its waiters. A fake process that ends, for instance:
+//
+//     class FakeProcess final : public ports::Waitable, public sim::NativeWaitable {
+//     public:
+//         void End() { Signal(); } // stays signalled, as an ended process does
+//     };
+//
+// Waits hold the signal state, not the object, so destroying the object during a wait is safe.
+class NativeWaitable {
+public:
+    virtual ~NativeWaitable() = default;
+
+    const std::shared_ptr<SignalState>& State() const { return state_; }
+
+protected:
+    explicit NativeWaitable(SignalState::Reset mode = SignalState::Reset::Manual,
+                            bool signalled = false)
+        : state_(std::make_shared<SignalState>(mode, signalled)) {}
+    explicit NativeWaitable(std::shared_ptr<SignalState> shared) : state_(std::move(shared)) {}
+
+    void Signal() { state_->Signal(); }
+    void Unsignal() { state_->Unsignal(); }
+
+private:
+    std::shared_ptr<SignalState> state_;
+};
+
+} // namespace sim

@@ -1,0 +1,134 @@
+#include "rml/rml_output.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <ostream>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kUsage =
+    "usage: rml header FILE   print the log's header\n"
+    "       rml csv FILE      print the records as CSV\n"
+    "       rml json FILE     print the header and records as JSON\n";
+
+// Shortest text that reads back as the same double; every NaN prints as "nan", whatever its sign.
+std::string Number(double value) {
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    char text[32];
+    const auto result = std::to_chars(std::begin(text), std::end(text), value);
+    return {text, result.ptr};
+}
+
+std::string JsonNumber(double value) {
+    return std::isfinite(value) ? Number(value) : "null";
+}
+
+std::string Hex(uint32_t id) {
+    char text[11];
+    std::snprintf(text, sizeof text, "0x%08X", id);
+    return text;
+}
+
+std::optional<std::vector<uint8_t>> ReadFileBytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        return std::nullopt;
+    }
+    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file),
+                               std::istreambuf_iterator<char>()};
+    if (file.bad()) {
+        return std::nullopt;
+    }
+    return bytes;
+}
+
+} // namespace
+
+std::string ItemColumnName(uint32_t id) {
+    const std::string_view name = RecordItemName(id);
+    return name.empty() ? Hex(id) : std::string(name);
+}
+
+std::string FormatRmlHeader(const RmlLog& log) {
+    std::string text = "version: " + std::to_string(log.version) + "\n" +
+                       "interval: " + std::to_string(log.intervalMs) + " ms\n" +
+                       "records: " + std::to_string(log.records.size()) + "\n" +
+                       "items: " + std::to_string(log.items.size()) + "\n";
+    for (const RecordItemInfo& item : log.items) {
+        text += "  " + Hex(item.id) + " " + ItemColumnName(item.id) + ": maximum " +
+                Number(item.maximum) + ", minimum " + Number(item.minimum) + "\n";
+    }
+    return text;
+}
+
+std::string FormatRmlCsv(const RmlLog& log) {
+    std::string text;
+    for (std::size_t i = 0; i < log.items.size(); ++i) {
+        text += (i == 0 ? "" : ",") + ItemColumnName(log.items[i].id);
+    }
+    text += "\n";
+    for (const RecordValues& record : log.records) {
+        for (std::size_t i = 0; i < record.size(); ++i) {
+            text += (i == 0 ? "" : ",") + Number(record[i]);
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+std::string FormatRmlJson(const RmlLog& log) {
+    std::string text = "{\n  \"version\": " + std::to_string(log.version) +
+                       ",\n  \"intervalMs\": " + std::to_string(log.intervalMs) +
+                       ",\n  \"items\": [";
+    for (std::size_t i = 0; i < log.items.size(); ++i) {
+        const RecordItemInfo& item = log.items[i];
+        text += std::string(i == 0 ? "" : ",") + "\n    {\"id\": \"" + Hex(item.id) +
+                "\", \"name\": \"" + ItemColumnName(item.id) +
+                "\", \"maximum\": " + JsonNumber(item.maximum) +
+                ", \"minimum\": " + JsonNumber(item.minimum) + "}";
+    }
+    text += "\n  ],\n  \"records\": [";
+    for (std::size_t r = 0; r < log.records.size(); ++r) {
+        text += std::string(r == 0 ? "" : ",") + "\n    {";
+        for (std::size_t i = 0; i < log.items.size(); ++i) {
+            text += std::string(i == 0 ? "" : ", ") + "\"" + ItemColumnName(log.items[i].id) +
+                    "\": " + JsonNumber(log.records[r][i]);
+        }
+        text += "}";
+    }
+    text += log.records.empty() ? "]\n}\n" : "\n  ]\n}\n";
+    return text;
+}
+
+int RunRml(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+    using Format = std::string (*)(const RmlLog&);
+    const std::string_view command = args.empty() ? std::string_view() : args[0];
+    const Format format = command == "header" ? FormatRmlHeader
+                          : command == "csv"  ? FormatRmlCsv
+                          : command == "json" ? FormatRmlJson
+                                              : nullptr;
+    if (format == nullptr || args.size() != 2) {
+        err << kUsage;
+        return 2;
+    }
+    const std::string path(args[1]);
+    const std::optional<std::vector<uint8_t>> bytes = ReadFileBytes(path);
+    if (!bytes) {
+        err << "rml: cannot read " << path << "\n";
+        return 1;
+    }
+    const RmlParseResult parsed = ParseRmlLog(*bytes);
+    if (!parsed.log) {
+        err << "rml: " << path << ": " << parsed.error << "\n";
+        return 1;
+    }
+    out << format(*parsed.log);
+    return 0;
+}
