@@ -18,7 +18,15 @@ public:
     static ValueChunk* Make(std::size_t capacity);
 
     // size bytes aligned to kAlignment; null when the chunk is full. Only the reader calls these.
-    void* Take(std::size_t size);
+    void* Take(std::size_t size) {
+        const std::size_t rounded = Rounded(size);
+        if (rounded > capacity_ - used_) {
+            return nullptr;
+        }
+        void* taken = Data() + used_;
+        used_ += rounded;
+        return taken;
+    }
     std::size_t Room() const { return capacity_ - used_; }
     // Counts one more value placed in the chunk (without an atomic operation: the reader's own
     // hold is a bias that outnumbers them until it lets go).
@@ -34,7 +42,8 @@ public:
 
 private:
     explicit ValueChunk(std::size_t capacity) : capacity_(capacity) {}
-    unsigned char* Data();
+    static constexpr std::size_t HeaderSize() { return Rounded(sizeof(ValueChunk)); }
+    unsigned char* Data() { return reinterpret_cast<unsigned char*>(this) + HeaderSize(); }
 
     static constexpr uint64_t kReaderBias = uint64_t{1} << 62;
 
