@@ -44,6 +44,10 @@ void* FakeNotificationHandle(size_t index) {
 
 } // namespace
 
+bool OnProcessHeap(const void* block) {
+    return block != nullptr && HeapValidate(GetProcessHeap(), 0, block) != FALSE;
+}
+
 std::vector<uint8_t> MessageBytes(uint8_t type, uint8_t code, std::span<const uint8_t> body) {
     std::vector<uint8_t> bytes(abi::kHeaderSize + body.size(), 0);
     bytes[0] = type;
@@ -124,7 +128,7 @@ Exchange TestHost::Send(std::span<const uint8_t> message, void* sender) {
                               static_cast<uint32_t>(message.size()), &answer, &answerSize);
     if (answer != nullptr) {
         exchange.answerPresent = true;
-        exchange.answerOnProcessHeap = HeapValidate(GetProcessHeap(), 0, answer) != FALSE;
+        exchange.answerOnProcessHeap = OnProcessHeap(answer);
         exchange.answer.assign(answer, answer + answerSize);
         HeapFree(GetProcessHeap(), 0, answer);
     }

@@ -67,6 +67,9 @@ struct Reply {
 
 inline constexpr abi::Result kUnansweredRequest = static_cast<abi::Result>(0x80004001);
 
+// True for a block that HeapFree(GetProcessHeap(), ...) may release.
+bool OnProcessHeap(const void* block);
+
 std::vector<uint8_t> MessageBytes(uint8_t type, uint8_t code, std::span<const uint8_t> body);
 
 class TestHost {

@@ -153,6 +153,17 @@ TEST_F(HostWithStandIn, waiting_for_what_never_comes_ends_at_the_time_out) {
     EXPECT_FALSE(host.WaitForLog(L"never", 20ms));
 }
 
+TEST(HostHeap, only_blocks_of_the_process_heap_count_as_answers) {
+    void* shared = HeapAlloc(GetProcessHeap(), 0, 16);
+    HANDLE privateHeap = HeapCreate(0, 0, 0);
+    void* other = HeapAlloc(privateHeap, 0, 16);
+    EXPECT_TRUE(OnProcessHeap(shared));
+    EXPECT_FALSE(OnProcessHeap(other));
+    EXPECT_FALSE(OnProcessHeap(nullptr));
+    HeapFree(GetProcessHeap(), 0, shared);
+    HeapDestroy(privateHeap);
+}
+
 TEST_F(HostWithStandIn, a_message_is_header_then_body) {
     const uint8_t body[] = {1, 2};
     const auto bytes = MessageBytes(0xE4, 9, body);
