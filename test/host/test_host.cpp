@@ -56,6 +56,24 @@ std::vector<uint8_t> MessageBytes(uint8_t type, uint8_t code, std::span<const ui
     return bytes;
 }
 
+std::vector<uint8_t> OutgoingRequestHeader(uint8_t sourceRole, uint8_t destinationRole,
+                                           const GUID& target) {
+    std::vector<uint8_t> header(abi::kHeaderSize, 0);
+    header[0] = abi::kRequestType;
+    header[1] = sourceRole;
+    header[2] = destinationRole;
+    header[3] = 2;
+    std::memcpy(&header[16], &target, sizeof target);
+    return header;
+}
+
+std::vector<uint8_t> OutgoingNotificationHeader(uint8_t code) {
+    std::vector<uint8_t> header(abi::kHeaderSize, 0);
+    header[0] = abi::kNotificationType;
+    header[2] = code;
+    return header;
+}
+
 TestHost::TestHost(const std::wstring& folder, const wchar_t* fileName, uint32_t hostMode)
     : module_(folder + L"\\" + fileName) {
     auto entry = reinterpret_cast<abi::QueryLibraryEntry>(module_.Export("QueryLibrary"));
