@@ -7,6 +7,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <ostream>
 #include <random>
 #include <string>
 
@@ -16,6 +17,10 @@ struct PortsImplementation {
     std::function<std::unique_ptr<ports::KernelObjects>()> newKernelObjects;
     std::function<std::unique_ptr<ports::Clock>()> newClock;
 };
+
+inline void PrintTo(const PortsImplementation& implementation, std::ostream* out) {
+    *out << implementation.name;
+}
 
 template <typename KernelObjects, typename Clock>
 PortsImplementation Implementation(std::string name) {

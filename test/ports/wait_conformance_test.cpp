@@ -40,16 +40,27 @@ TEST_P(PortsConformance, auto_reset_event_behind_the_winner_stays_set) {
 }
 
 // Each waiter leaves with the index that released it: 0 for the auto-reset event, 1 for `stop`.
+// The pause lets both block first, so that the one Set has two waiters to choose from.
 TEST_P(PortsConformance, one_set_of_an_auto_reset_event_releases_exactly_one_of_two_waiters) {
     auto automatic = kernel->NewEvent(false, false);
     auto stop = kernel->NewEvent(true, false);
-    const auto waitForEither = [&] {
-        Waitable* const objects[] = {automatic.get(), stop.get()};
-        const auto outcome = kernel->WaitAny(objects, kInfinite);
-        return outcome.status == WaitStatus::Signalled ? static_cast<uint32_t>(outcome.index) : 99u;
+    const auto startWaiter = [&](ports::Event& ready) {
+        return kernel->StartThread([&] {
+            Waitable* const objects[] = {automatic.get(), stop.get()};
+            ready.Set();
+            const auto outcome = kernel->WaitAny(objects, kInfinite);
+            return outcome.status == WaitStatus::Signalled ? static_cast<uint32_t>(outcome.index)
+                                                           : 99u;
+        });
     };
-    auto first = kernel->StartThread(waitForEither);
-    auto second = kernel->StartThread(waitForEither);
+    auto firstReady = kernel->NewEvent(true, false);
+    auto secondReady = kernel->NewEvent(true, false);
+    auto first = startWaiter(*firstReady);
+    auto second = startWaiter(*secondReady);
+    ASSERT_TRUE(kernel->Wait(*firstReady, kInfinite).Signalled(0));
+    ASSERT_TRUE(kernel->Wait(*secondReady, kInfinite).Signalled(0));
+    kernel->Sleep(50);
+
     automatic->Set();
     Waitable* const waiters[] = {first.get(), second.get()};
     ASSERT_EQ(kernel->WaitAny(waiters, kInfinite).status, WaitStatus::Signalled);
