@@ -20,25 +20,6 @@ constexpr uint32_t kUiPid = 4242;
 const std::u16string kLogPath = u"C:\\Logs\\recording.rml";
 const std::u16string kStopLoggingEventName = u"Global\\ResourceMonitorStopLoggingEvent_4242";
 
-std::array<RecordItemInfo, kRecordItemCount> Items() {
-    std::array<RecordItemInfo, kRecordItemCount> items{};
-    for (std::size_t item = 0; item < kRecordItemCount; ++item) {
-        items[item] = {kRecordItemIds[item], 100.0 + static_cast<double>(item), 0.0};
-    }
-    return items;
-}
-
-// The exact log: header, then the records of samples first .. first + count - 1.
-std::vector<uint8_t> LogBytes(int32_t intervalMs, int32_t first, int32_t count) {
-    const auto header = EncodeRmlHeader(intervalMs, Items());
-    std::vector<uint8_t> bytes(header.begin(), header.end());
-    for (int32_t sample = first; sample < first + count; ++sample) {
-        const auto record = EncodeRecord(RecorderProbe::Expected(sample));
-        bytes.insert(bytes.end(), record.begin(), record.end());
-    }
-    return bytes;
-}
-
 RecordValues PageRecord(const RecordPages& pages, std::size_t index) {
     const auto page = pages.Page(index / kRecordsPerPage);
     return DecodeRecord(
@@ -64,12 +45,7 @@ protected:
     bool StartLogging(const std::u16string& path = kLogPath, uint64_t* handle = nullptr) {
         return recorder->StartLogging(path, handle, &RecorderProbe::LogFinished);
     }
-    // Lets `count` more samples be taken completely (logging included); the next one then waits.
-    void TakeSamples(int32_t count) {
-        taken_ += count;
-        probe.Allow(count);
-        ASSERT_TRUE(probe.WaitForSamplesBegun(taken_ + 1));
-    }
+    void TakeSamples(int32_t count) { ASSERT_TRUE(probe.TakeSamples(count)); }
     // A handle of the test's own to the named stop-logging event (made if it does not exist).
     std::unique_ptr<ports::Event> OpenStopLoggingEvent() {
         return native.NewEvent(true, false, kStopLoggingEventName);
@@ -82,11 +58,8 @@ protected:
     sim::FakeUiProcesses uiProcesses;
     sim::MemoryLogFiles logFiles{native};
     RecorderProbe probe;
-    std::array<RecordItemInfo, kRecordItemCount> items = Items();
+    std::array<RecordItemInfo, kRecordItemCount> items = RecorderProbe::Items();
     std::unique_ptr<MonitorRecorder> recorder;
-
-private:
-    int32_t taken_ = 0;
 };
 
 // --- Construction and start failures ---
@@ -287,7 +260,7 @@ TEST_F(MonitorRecorderTest, ending_the_ui_process_ends_the_recording) {
     EXPECT_EQ(probe.FinishedLogs(), std::vector<std::u16string>{kLogPath});
     EXPECT_TRUE(IsSignalled(*stopLogging));
     EXPECT_FALSE(logFiles.IsOpen(kLogPath));
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 6));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 6));
 
     recorder.reset();                   // waits for the thread that ended itself
     EXPECT_EQ(probe.SamplesBegun(), 6); // no callback after the end
@@ -332,19 +305,19 @@ TEST_F(MonitorRecorderTest, the_log_grows_by_4800_bytes_every_60_samples_after_i
     ASSERT_NE(Start(), 0);
     ASSERT_TRUE(StartLogging());
     EXPECT_TRUE(logFiles.IsOpen(kLogPath));
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 0));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 0));
     TakeSamples(59);
     EXPECT_EQ(logFiles.Contents(kLogPath).size(), 256u);
     TakeSamples(1);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 60));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 60));
     TakeSamples(60);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 120));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 120));
 }
 
 TEST_F(MonitorRecorderTest, the_header_carries_the_interval_and_the_items) {
     ASSERT_NE(Start(600, 250), 0);
     ASSERT_TRUE(StartLogging());
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(250, 0, 0));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(250, 0, 0));
 }
 
 TEST_F(MonitorRecorderTest, stopping_the_log_writes_the_pending_records) {
@@ -352,11 +325,11 @@ TEST_F(MonitorRecorderTest, stopping_the_log_writes_the_pending_records) {
     ASSERT_TRUE(StartLogging());
     TakeSamples(85);
     recorder->StopLogging();
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 85));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 85));
     EXPECT_FALSE(logFiles.IsOpen(kLogPath));
     EXPECT_EQ(probe.FinishedLogs(), std::vector<std::u16string>{kLogPath});
     TakeSamples(70);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 85));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 85));
     EXPECT_NE(recorder->SerialNumber(), 0); // the recording goes on
 }
 
@@ -373,7 +346,7 @@ TEST_F(MonitorRecorderTest, a_failed_periodic_write_ends_the_log_with_notificati
     EXPECT_EQ(probe.FinishedLogs(), std::vector<std::u16string>{kLogPath});
     EXPECT_TRUE(IsSignalled(*stopLogging));
     EXPECT_FALSE(logFiles.IsOpen(kLogPath));
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 0));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 0));
     EXPECT_NE(recorder->SerialNumber(), 0);
 }
 
@@ -383,12 +356,12 @@ TEST_F(MonitorRecorderTest, a_write_left_pending_is_collected_later) {
     logFiles.SetWriteMode(sim::MemoryLogFiles::WriteMode::Hold);
     TakeSamples(60);
     EXPECT_EQ(logFiles.HeldWrites(), 1u);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 0));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 0));
     EXPECT_EQ(logFiles.CompleteHeldWrites(), 1u);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 60));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 60));
     logFiles.SetWriteMode(sim::MemoryLogFiles::WriteMode::Complete);
     TakeSamples(60);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 120));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 120));
     EXPECT_TRUE(probe.FinishedLogs().empty());
 }
 
@@ -418,7 +391,7 @@ TEST_F(MonitorRecorderTest, closing_the_log_waits_for_writes_still_pending) {
     });
     recorder->StopLogging();
     completer.join();
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 70));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 70));
     EXPECT_FALSE(logFiles.IsOpen(kLogPath));
 }
 
@@ -427,7 +400,7 @@ TEST_F(MonitorRecorderTest, a_ring_smaller_than_one_write_ends_the_log) {
     ASSERT_TRUE(StartLogging());
     TakeSamples(60);
     EXPECT_EQ(probe.FinishedLogs(), std::vector<std::u16string>{kLogPath});
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 0));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 0));
 }
 
 TEST_F(MonitorRecorderTest, start_logging_while_logging_closes_the_old_log_silently) {
@@ -438,9 +411,9 @@ TEST_F(MonitorRecorderTest, start_logging_while_logging_closes_the_old_log_silen
     ASSERT_TRUE(StartLogging(second));
     EXPECT_TRUE(probe.FinishedLogs().empty());
     EXPECT_FALSE(logFiles.IsOpen(kLogPath));
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 10));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 10));
     TakeSamples(60);
-    EXPECT_EQ(logFiles.Contents(second), LogBytes(1, 10, 60));
+    EXPECT_EQ(logFiles.Contents(second), RecorderProbe::LogBytes(1, 10, 60));
 }
 
 TEST_F(MonitorRecorderTest, start_logging_shares_the_reset_stop_logging_event) {
@@ -490,7 +463,7 @@ TEST_F(MonitorRecorderTest, a_pending_header_write_is_waited_for) {
     EXPECT_TRUE(StartLogging());
     completer.join();
     logFiles.SetWriteMode(sim::MemoryLogFiles::WriteMode::Complete);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 0));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 0));
 }
 
 // --- Stopping and restarting ---
@@ -504,7 +477,7 @@ TEST_F(MonitorRecorderTest, stop_closes_the_log_with_its_pending_records_and_wai
     std::thread stopper([&] { recorder->Stop(true); });
     // The log ends before the thread is waited for; the thread is still held at sample 7.
     ASSERT_TRUE(native.Wait(*stopLogging, ports::kInfinite).Signalled(0));
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 7));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 7));
     probe.Open();
     stopper.join();
     EXPECT_EQ(recorder->SerialNumber(), 0);
@@ -512,7 +485,7 @@ TEST_F(MonitorRecorderTest, stop_closes_the_log_with_its_pending_records_and_wai
     EXPECT_EQ(probe.FinishedLogs(), std::vector<std::u16string>{kLogPath});
     EXPECT_EQ(probe.RoundSequences().size(), 8u); // the held sample still completed, unlogged
     EXPECT_EQ(uiProcesses.OpenHandles(kUiPid), 0);
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 7));
+    EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 7));
 }
 
 TEST_F(MonitorRecorderTest, stop_without_waiting_leaves_the_thread_to_the_next_start) {
@@ -558,7 +531,8 @@ TEST_F(MonitorRecorderTest, stop_from_the_round_callback_ends_the_recording) {
     EXPECT_EQ(recorder->SerialNumber(), 0);
     recorder.reset();
     EXPECT_EQ(probe.RoundSequences(), (std::vector<int32_t>{0, 1, 2, 3}));
-    EXPECT_EQ(logFiles.Contents(kLogPath), LogBytes(1, 0, 3)); // the fourth was not yet counted
+    EXPECT_EQ(logFiles.Contents(kLogPath),
+              RecorderProbe::LogBytes(1, 0, 3)); // the fourth was not yet counted
 }
 
 TEST_F(MonitorRecorderTest, restart_from_the_round_callback_runs_the_new_recording) {

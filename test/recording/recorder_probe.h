@@ -3,6 +3,7 @@
 #include "recording/monitor_recorder.h"
 #include "recording/rml_format.h"
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -26,6 +27,27 @@ public:
         return values;
     }
 
+    // The item descriptions tests start recordings with.
+    static std::array<RecordItemInfo, kRecordItemCount> Items() {
+        std::array<RecordItemInfo, kRecordItemCount> items{};
+        for (std::size_t item = 0; item < kRecordItemCount; ++item) {
+            items[item] = {kRecordItemIds[item], 100.0 + static_cast<double>(item), 0.0};
+        }
+        return items;
+    }
+
+    // The exact log of a recording with Items(): its header, then the records of samples
+    // first .. first + count - 1.
+    static std::vector<uint8_t> LogBytes(int32_t intervalMs, int32_t first, int32_t count) {
+        const auto header = EncodeRmlHeader(intervalMs, Items());
+        std::vector<uint8_t> bytes(header.begin(), header.end());
+        for (int32_t sample = first; sample < first + count; ++sample) {
+            const auto record = EncodeRecord(Expected(sample));
+            bytes.insert(bytes.end(), record.begin(), record.end());
+        }
+        return bytes;
+    }
+
     static void Sampling(void* context, std::map<uint32_t, double>& values) {
         static_cast<RecorderProbe*>(context)->OnSampling(values);
     }
@@ -41,6 +63,17 @@ public:
         std::lock_guard guard(lock_);
         allowed_ += count;
         changed_.notify_all();
+    }
+    // Lets `count` more samples be taken completely (logging included); the next one then waits.
+    // False when the recording stalled.
+    bool TakeSamples(int32_t count) {
+        int32_t target = 0;
+        {
+            std::lock_guard guard(lock_);
+            target = allowed_ + count;
+        }
+        Allow(count);
+        return WaitForSamplesBegun(target + 1);
     }
     // Lets every sample through from now on.
     void Open() { Allow(1'000'000'000); }
