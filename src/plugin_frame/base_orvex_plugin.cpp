@@ -162,7 +162,7 @@ HRESULT BaseOrvexPlugin::RouteMessage(void* sender, const uint8_t* message, uint
     if (type != kMessageRequest && type != kMessageNotification) {
         return OrvexResult::kUnsupported;
     }
-    // A body that does not read leaves the request empty (or partly read); the command decides.
+    // A body that does not read leaves the request empty; the command decides what that means.
     ValueSet request;
     request.Read(message + kMessageHeaderSize, size - kMessageHeaderSize);
     if (type == kMessageNotification) {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 
 namespace VelmorValueSet {
@@ -98,6 +99,8 @@ public:
     // Passes the format and its arguments straight to the host's sink; nothing while none is set.
     template <typename... Args>
     void Log(int32_t level, const char16_t* format, Args... args) noexcept {
+        static_assert(((std::is_arithmetic_v<Args> || std::is_pointer_v<Args>)&&...),
+                      "the sink takes numbers and pointers (wide text as const char16_t*)");
         if (m_logSink.Function != nullptr) {
             m_logSink.Function(m_logSink.Context, this, level, format, args...);
         }

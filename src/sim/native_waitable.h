@@ -54,6 +54,8 @@ private:
 // Waits hold the signal state, not the object, so destroying the object during a wait is safe.
 class NativeWaitable {
 public:
+    NativeWaitable(const NativeWaitable&) = delete;
+    NativeWaitable& operator=(const NativeWaitable&) = delete;
     virtual ~NativeWaitable() = default;
 
     const std::shared_ptr<SignalState>& State() const { return state_; }

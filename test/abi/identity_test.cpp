@@ -19,6 +19,16 @@ TEST_F(IdentityTest, query_library_hands_out_the_plugin_with_one_reference) {
     EXPECT_EQ(Table().Release(Plugin()), 1u);
 }
 
+TEST(UserSessionIdentity, any_host_mode_hands_out_the_same_plugin) {
+    for (uint32_t mode : {1u, 2u, 0xFFFFFFFFu}) {
+        test_host::TestHost host(PluginFolder(), kPluginFile, mode);
+        ASSERT_NE(host.Plugin(), nullptr) << mode;
+        EXPECT_EQ(host.Table().AddRef(host.Plugin()), 2u) << mode;
+        EXPECT_EQ(host.Table().Release(host.Plugin()), 1u) << mode;
+        EXPECT_EQ(test_host::ReadText(host.Plugin(), host.Table().GetName), L"Monitor Plugin");
+    }
+}
+
 TEST_F(IdentityTest, the_export_is_undecorated_query_library) {
     EXPECT_NE(host.Module().Export("QueryLibrary"), nullptr);
 }

@@ -44,12 +44,34 @@ void* FakeNotificationHandle(size_t index) {
 
 } // namespace
 
+bool OnProcessHeap(const void* block) {
+    return block != nullptr && HeapValidate(GetProcessHeap(), 0, block) != FALSE;
+}
+
 std::vector<uint8_t> MessageBytes(uint8_t type, uint8_t code, std::span<const uint8_t> body) {
     std::vector<uint8_t> bytes(abi::kHeaderSize + body.size(), 0);
     bytes[0] = type;
     bytes[1] = code;
     std::copy(body.begin(), body.end(), bytes.begin() + abi::kHeaderSize);
     return bytes;
+}
+
+std::vector<uint8_t> OutgoingRequestHeader(uint8_t sourceRole, uint8_t destinationRole,
+                                           const GUID& target) {
+    std::vector<uint8_t> header(abi::kHeaderSize, 0);
+    header[0] = abi::kRequestType;
+    header[1] = sourceRole;
+    header[2] = destinationRole;
+    header[3] = 2;
+    std::memcpy(&header[16], &target, sizeof target);
+    return header;
+}
+
+std::vector<uint8_t> OutgoingNotificationHeader(uint8_t code) {
+    std::vector<uint8_t> header(abi::kHeaderSize, 0);
+    header[0] = abi::kNotificationType;
+    header[2] = code;
+    return header;
 }
 
 TestHost::TestHost(const std::wstring& folder, const wchar_t* fileName, uint32_t hostMode)
@@ -124,7 +146,7 @@ Exchange TestHost::Send(std::span<const uint8_t> message, void* sender) {
                               static_cast<uint32_t>(message.size()), &answer, &answerSize);
     if (answer != nullptr) {
         exchange.answerPresent = true;
-        exchange.answerOnProcessHeap = HeapValidate(GetProcessHeap(), 0, answer) != FALSE;
+        exchange.answerOnProcessHeap = OnProcessHeap(answer);
         exchange.answer.assign(answer, answer + answerSize);
         HeapFree(GetProcessHeap(), 0, answer);
     }

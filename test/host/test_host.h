@@ -67,7 +67,17 @@ struct Reply {
 
 inline constexpr abi::Result kUnansweredRequest = static_cast<abi::Result>(0x80004001);
 
+// True for a block that HeapFree(GetProcessHeap(), ...) may release.
+bool OnProcessHeap(const void* block);
+
+// An incoming message: header byte 0 the type, byte 1 the notification code, zeros after.
 std::vector<uint8_t> MessageBytes(uint8_t type, uint8_t code, std::span<const uint8_t> body);
+
+// The exact headers a plug-in puts before what it sends, to compare recorded messages with.
+// Roles: 2 for the service instance, 4 for an instance in the user's session.
+std::vector<uint8_t> OutgoingRequestHeader(uint8_t sourceRole, uint8_t destinationRole,
+                                           const GUID& target);
+std::vector<uint8_t> OutgoingNotificationHeader(uint8_t code);
 
 class TestHost {
 public:

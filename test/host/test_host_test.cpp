@@ -140,10 +140,7 @@ TEST_F(HostWithStandIn, notifications_are_recorded_with_header_and_body) {
     ASSERT_TRUE(host.WaitForNotifications(1, 0ms));
     const auto notifications = host.Notifications();
     ASSERT_EQ(notifications.size(), 1u);
-    std::vector<uint8_t> header(32, 0);
-    header[0] = 0xE4;
-    header[2] = 0x37;
-    EXPECT_EQ(notifications[0].header, header);
+    EXPECT_EQ(notifications[0].header, OutgoingNotificationHeader(0x37));
     EXPECT_EQ(notifications[0].body, Encode(body));
 }
 
@@ -151,6 +148,34 @@ TEST_F(HostWithStandIn, waiting_for_what_never_comes_ends_at_the_time_out) {
     EXPECT_FALSE(host.WaitForNotifications(1, 20ms));
     EXPECT_FALSE(host.WaitForRequests(1, 20ms));
     EXPECT_FALSE(host.WaitForLog(L"never", 20ms));
+}
+
+TEST(HostHeaders, an_outgoing_request_header_carries_roles_marker_and_target) {
+    constexpr GUID kTypeId{
+        0xEA96AA9C, 0x93AD, 0x4BB9, {0xA5, 0x39, 0x41, 0xD6, 0x2F, 0x18, 0xED, 0xB7}};
+    const std::vector<uint8_t> expected = {0xE1, 4,    2,    2,    0,    0,    0,    0,
+                                           0,    0,    0,    0,    0,    0,    0,    0,
+                                           0x9C, 0xAA, 0x96, 0xEA, 0xAD, 0x93, 0xB9, 0x4B,
+                                           0xA5, 0x39, 0x41, 0xD6, 0x2F, 0x18, 0xED, 0xB7};
+    EXPECT_EQ(OutgoingRequestHeader(4, 2, kTypeId), expected);
+}
+
+TEST(HostHeaders, an_outgoing_notification_header_carries_its_code_in_byte_2) {
+    std::vector<uint8_t> expected(32, 0);
+    expected[0] = 0xE4;
+    expected[2] = 9;
+    EXPECT_EQ(OutgoingNotificationHeader(9), expected);
+}
+
+TEST(HostHeap, only_blocks_of_the_process_heap_count_as_answers) {
+    void* shared = HeapAlloc(GetProcessHeap(), 0, 16);
+    HANDLE privateHeap = HeapCreate(0, 0, 0);
+    void* other = HeapAlloc(privateHeap, 0, 16);
+    EXPECT_TRUE(OnProcessHeap(shared));
+    EXPECT_FALSE(OnProcessHeap(other));
+    EXPECT_FALSE(OnProcessHeap(nullptr));
+    HeapFree(GetProcessHeap(), 0, shared);
+    HeapDestroy(privateHeap);
 }
 
 TEST_F(HostWithStandIn, a_message_is_header_then_body) {

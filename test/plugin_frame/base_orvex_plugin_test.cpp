@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <new>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -349,6 +351,38 @@ TEST_F(BaseOrvexPluginTest, notify_with_an_empty_set_sends_the_header_alone) {
     EXPECT_EQ(plugin->Notify(1, ValueSet{}), kOk);
     ASSERT_EQ(host.notifications.size(), 1u);
     EXPECT_EQ(host.notifications[0].size(), kMessageHeaderSize);
+}
+
+// Host threads enter at any time: the count and the message entry need no lock of the frame's.
+TEST(BaseOrvexPluginConcurrency, references_and_messages_from_several_threads_stay_consistent) {
+    CountingHeap heap; // the answers are empty: nothing is allocated
+    bool destroyed = false;
+    auto* plugin = new TestPlugin(0, heap, &destroyed);
+    plugin->AddCommand(u"Quiet", [](void*, ValueSet&, ValueSet&) { return HRESULT{7}; });
+    ValueSet body;
+    body.SetString("Cmd", u"Quiet");
+    const auto message = HostMessage(kMessageRequest, 0, body);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 2000; ++i) {
+                plugin->AddRef();
+                uint8_t* answer = nullptr;
+                uint32_t answerSize = 0;
+                EXPECT_EQ(plugin->HandleMessage(nullptr, message.data(),
+                                                static_cast<uint32_t>(message.size()), &answer,
+                                                &answerSize),
+                          7);
+                plugin->Release();
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_FALSE(destroyed);
+    EXPECT_EQ(plugin->Release(), 0u);
+    EXPECT_TRUE(destroyed);
 }
 
 } // namespace

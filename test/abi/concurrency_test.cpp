@@ -1,0 +1,79 @@
+// Host threads enter MonitorPlugin.dll at the same time: reference counting and message
+// handling must hold up without any lock on the host's side.
+#include "monitor_plugin_test.h"
+
+#include <algorithm>
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace abi_test {
+namespace {
+
+using test_host::Value;
+
+using ConcurrencyTest = MonitorPluginTest;
+
+constexpr int kThreads = 8;
+
+template <typename Work>
+void OnThreads(int count, Work work) {
+    std::vector<std::thread> threads;
+    for (int index = 0; index < count; ++index) {
+        threads.emplace_back(work, index);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST_F(ConcurrencyTest, concurrent_add_ref_and_release_keep_the_count) {
+    OnThreads(kThreads, [this](int) {
+        for (int round = 0; round < 20000; ++round) {
+            Table().AddRef(Plugin());
+            Table().Release(Plugin());
+        }
+    });
+    EXPECT_EQ(Table().AddRef(Plugin()), 2u);
+    EXPECT_EQ(Table().Release(Plugin()), 1u);
+}
+
+TEST_F(ConcurrencyTest, concurrent_requests_are_each_answered_and_logged) {
+    ASSERT_EQ(host.InstallLogSink(), 0);
+    constexpr int kRequests = 200;
+    std::atomic<int> wrongAnswers{0};
+    OnThreads(kThreads, [&](int thread) {
+        for (int request = 0; request < kRequests; ++request) {
+            const std::wstring command =
+                L"T" + std::to_wstring(thread) + L"-" + std::to_wstring(request);
+            const auto exchange = host.SendRequest({{"Cmd", Value::Wide(command)}});
+            const auto answer = exchange.AnswerTree();
+            const bool right = exchange.result == Code(0xA0800010) && answer.has_value() &&
+                               answer->Find("Error") != nullptr &&
+                               answer->Find("Error")->AsWide() == L"Unknown Command";
+            wrongAnswers += right ? 0 : 1;
+        }
+    });
+    EXPECT_EQ(wrongAnswers, 0);
+
+    const auto logs = host.Logs();
+    EXPECT_EQ(std::count_if(logs.begin(), logs.end(),
+                            [](const auto& logged) {
+                                return logged.text.starts_with(L"ProcessRequest, Cmd:T");
+                            }),
+              kThreads * kRequests);
+    for (int thread = 0; thread < kThreads; ++thread) {
+        for (int request = 0; request < kRequests; request += 37) {
+            const std::wstring line = L"ProcessRequest, Cmd:T" + std::to_wstring(thread) + L"-" +
+                                      std::to_wstring(request);
+            EXPECT_EQ(std::count_if(logs.begin(), logs.end(),
+                                    [&](const auto& logged) { return logged.text == line; }),
+                      1)
+                << std::string(line.begin(), line.end());
+        }
+    }
+}
+
+} // namespace
+} // namespace abi_test
