@@ -23,3 +23,9 @@ function(add_unit_test name)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest GTest::gmock GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
 endfunction()
+
+# The fuzz tree instruments all our code for libFuzzer's coverage guidance; only the fuzzer
+# executables link libFuzzer itself (see fuzz/CMakeLists.txt).
+if(MONITOR_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

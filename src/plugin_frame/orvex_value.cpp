@@ -1,6 +1,7 @@
 #include "plugin_frame/orvex_value.h"
 
 #include "plugin_frame/little_endian.h"
+#include "plugin_frame/value_chunk.h"
 #include "plugin_frame/value_set.h"
 
 #include <bit>
@@ -13,6 +14,11 @@ namespace VelmorValueSet {
 namespace {
 
 constexpr std::size_t kTerminatorBytes = sizeof(char16_t);
+
+// In front of every value: the chunk it was carved from, or null for a value of its own block.
+struct alignas(ValueChunk::kAlignment) AllocationHeader {
+    ValueChunk* chunk;
+};
 
 std::u16string_view TextOrEmpty(const char16_t* text) {
     return text != nullptr ? std::u16string_view(text) : std::u16string_view();
@@ -77,33 +83,91 @@ OrvexValue::OrvexValue(ValueSet map) : kind_(Kind::Map) {
 
 OrvexValue::~OrvexValue() {
     if (kind_ == Kind::Map) {
-        delete storage_.map;
-    } else if (OnHeap()) {
+        if (storage_in_chunk_) {
+            storage_.map->~ValueSet();
+        } else {
+            delete storage_.map;
+        }
+    } else if (OnHeap() && !storage_in_chunk_) {
         delete[] storage_.heap;
     }
+}
+
+void* OrvexValue::operator new(std::size_t size) {
+    auto* header =
+        ::new (::operator new(sizeof(AllocationHeader) + size)) AllocationHeader{nullptr};
+    return header + 1;
+}
+
+void OrvexValue::operator delete(void* value) noexcept {
+    if (value == nullptr) {
+        return;
+    }
+    auto* header = static_cast<AllocationHeader*>(value) - 1;
+    if (header->chunk != nullptr) {
+        header->chunk->Release();
+    } else {
+        ::operator delete(static_cast<void*>(header));
+    }
+}
+
+ValueChunk* OrvexValue::ChunkOf(const OrvexValue* value) {
+    return (static_cast<const AllocationHeader*>(static_cast<const void*>(value)) - 1)->chunk;
+}
+
+std::size_t OrvexValue::ChunkFootprint(Kind kind, std::size_t length) {
+    std::size_t footprint = ValueChunk::Rounded(sizeof(AllocationHeader) + sizeof(OrvexValue));
+    const std::size_t stored = length + (kind == Kind::WideString ? kTerminatorBytes : 0);
+    if (kind == Kind::Map) {
+        footprint += ValueChunk::Rounded(sizeof(ValueSet));
+    } else if (stored > kInlineBytes && stored <= kChunkPayloadLimit) {
+        footprint += ValueChunk::Rounded(stored);
+    }
+    return footprint;
+}
+
+OrvexValue* OrvexValue::NewIn(ValueChunk& chunk) {
+    void* block = chunk.Take(sizeof(AllocationHeader) + sizeof(OrvexValue));
+    auto* header = ::new (block) AllocationHeader{&chunk};
+    chunk.PlaceValue();
+    return ::new (static_cast<void*>(header + 1)) OrvexValue();
+}
+
+void OrvexValue::MakeMapIn(ValueChunk& chunk, uint32_t length) {
+    storage_.map = ::new (chunk.Take(sizeof(ValueSet))) ValueSet();
+    storage_in_chunk_ = true;
+    kind_ = Kind::Map;
+    length_ = length;
 }
 
 std::size_t OrvexValue::StoredSize() const {
     return length_ + (kind_ == Kind::WideString ? kTerminatorBytes : 0);
 }
 
-bool OrvexValue::Allocate(Kind kind, std::size_t length) {
+bool OrvexValue::Allocate(Kind kind, std::size_t length, ValueChunk* chunk) {
     kind_ = kind;
     length_ = 0;
     if (length > std::numeric_limits<uint32_t>::max() - kTerminatorBytes) {
         return false;
     }
     length_ = static_cast<uint32_t>(length);
-    if (OnHeap()) {
-        storage_.heap = new (std::nothrow) uint8_t[StoredSize()];
-        if (storage_.heap == nullptr) {
-            length_ = 0;
-            storage_ = {};
-            return false;
-        }
-        // The terminator of a text is all that must be zero; the rest is overwritten.
-        std::memset(storage_.heap + length_, 0, StoredSize() - length_);
+    if (!OnHeap()) {
+        return true;
     }
+    if (chunk != nullptr && StoredSize() <= kChunkPayloadLimit) {
+        storage_.heap = static_cast<uint8_t*>(chunk->Take(StoredSize()));
+        storage_in_chunk_ = storage_.heap != nullptr;
+    }
+    if (!storage_in_chunk_) {
+        storage_.heap = new (std::nothrow) uint8_t[StoredSize()];
+    }
+    if (storage_.heap == nullptr) {
+        length_ = 0;
+        storage_ = {};
+        return false;
+    }
+    // The terminator of a text is all that must be zero; the rest is overwritten.
+    std::memset(storage_.heap + length_, 0, StoredSize() - length_);
     return true;
 }
 

@@ -43,6 +43,7 @@ constexpr bool IsWireKind(Kind kind) {
 struct CountTerminator {};
 inline constexpr CountTerminator kCountTerminator{};
 
+class ValueChunk;
 class ValueSet;
 class ValueWire;
 
@@ -74,6 +75,11 @@ public:
     OrvexValue(const OrvexValue&) = delete;
     OrvexValue& operator=(const OrvexValue&) = delete;
 
+    // Values live on the heap or, when read from a body, in a chunk shared with the rest of that
+    // body; a small header in front of each tells delete which.
+    static void* operator new(std::size_t size);
+    static void operator delete(void* value) noexcept;
+
     Kind GetKind() const { return kind_; }
     uint32_t Length() const { return length_; }
     // The payload bytes in wire order; empty for a map and for a value without payload.
@@ -92,13 +98,26 @@ public:
     const ValueSet* AsMap() const;
 
 private:
+    friend class ValueSet;
     friend class ValueWire;
 
     static constexpr std::size_t kInlineBytes = 16;
+    // Payloads up to this size are placed in the reader's chunk; longer ones get their own block.
+    static constexpr std::size_t kChunkPayloadLimit = 256;
 
-    // Sets kind and length and makes room for the payload (plus a zeroed terminator for text).
-    // When the heap cannot give the room the value keeps no payload and the result is false.
-    bool Allocate(Kind kind, std::size_t length);
+    // Bytes of a chunk that one value with the given payload or nested set takes.
+    static std::size_t ChunkFootprint(Kind kind, std::size_t length);
+    // The chunk a value was placed in; null for a value in a block of its own.
+    static ValueChunk* ChunkOf(const OrvexValue* value);
+    // A kind-0 value placed in the chunk, which must have room for its footprint.
+    static OrvexValue* NewIn(ValueChunk& chunk);
+    // Makes this a map value owning a new empty set placed in the chunk.
+    void MakeMapIn(ValueChunk& chunk, uint32_t length);
+
+    // Sets kind and length and makes room for the payload (plus a zeroed terminator for text),
+    // in the chunk when one is given and the payload is short enough. When memory runs out the
+    // value keeps no payload and the result is false.
+    bool Allocate(Kind kind, std::size_t length, ValueChunk* chunk = nullptr);
     void AssignText(std::u16string_view text, bool countTerminator);
     std::size_t StoredSize() const;
     bool OnHeap() const { return kind_ != Kind::Map && StoredSize() > kInlineBytes; }
@@ -108,6 +127,7 @@ private:
     T LoadIf(Kind kind) const;
 
     Kind kind_ = Kind::None;
+    bool storage_in_chunk_ = false; // the payload or nested set belongs to the value's chunk
     // For a map, the body size last written; writing a const tree refreshes it.
     mutable uint32_t length_ = 0;
     union Storage {

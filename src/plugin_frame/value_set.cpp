@@ -1,5 +1,6 @@
 #include "plugin_frame/value_set.h"
 
+#include "plugin_frame/value_chunk.h"
 #include "plugin_frame/value_wire.h"
 
 #include <algorithm>
@@ -12,8 +13,20 @@ namespace VelmorValueSet {
 
 namespace {
 
+// Byte-wise order with a prefix first. Keys are short and often share their first bytes ("CPU",
+// "Max"), so a plain loop does better than a call to memcmp.
+bool KeyLess(std::string_view a, std::string_view b) {
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if (a[i] != b[i]) {
+            return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
+        }
+    }
+    return a.size() < b.size();
+}
+
 bool KeyBefore(const ValueSet::Entry& entry, std::string_view key) {
-    return entry.key < key;
+    return KeyLess(entry.key, key);
 }
 
 // A typed read of a key: the kind's empty value when the key is missing.
@@ -26,13 +39,48 @@ T ReadOr(const ValueSet& set, std::string_view key, T (OrvexValue::*read)() cons
 } // namespace
 
 ValueSet::ValueSet() = default;
-ValueSet::~ValueSet() = default;
+ValueSet::~ValueSet() {
+    DestroyValues();
+}
 ValueSet::ValueSet(ValueSet&&) noexcept = default;
-ValueSet& ValueSet::operator=(ValueSet&&) noexcept = default;
+
+ValueSet& ValueSet::operator=(ValueSet&& other) noexcept {
+    if (this != &other) {
+        DestroyValues();
+        entries_ = std::move(other.entries_);
+    }
+    return *this;
+}
+
+void ValueSet::DestroyValues() {
+    ValueChunk* run = nullptr;
+    uint64_t runValues = 0;
+    for (Entry& entry : entries_) {
+        OrvexValue* value = entry.value.release();
+        ValueChunk* chunk = value != nullptr ? OrvexValue::ChunkOf(value) : nullptr;
+        if (chunk == nullptr) {
+            delete value;
+            continue;
+        }
+        if (chunk != run) {
+            if (run != nullptr) {
+                run->Release(runValues);
+            }
+            run = chunk;
+            runValues = 0;
+        }
+        value->~OrvexValue();
+        ++runValues;
+    }
+    if (run != nullptr) {
+        run->Release(runValues);
+    }
+    entries_.clear();
+}
 
 std::vector<ValueSet::Entry>::iterator ValueSet::LowerBound(std::string_view key) {
     // Bodies arrive and answers are built mostly in key order: appending needs no search.
-    if (entries_.empty() || std::string_view(entries_.back().key) < key) {
+    if (entries_.empty() || KeyLess(entries_.back().key, key)) {
         return entries_.end();
     }
     return std::lower_bound(entries_.begin(), entries_.end(), key, KeyBefore);
@@ -45,7 +93,10 @@ const ValueSet::Entry* ValueSet::FindEntry(std::string_view key) const {
 
 std::unique_ptr<OrvexValue>& ValueSet::InsertSlot(std::string_view key) {
     auto it = LowerBound(key);
-    if (it == entries_.end() || it->key != key) {
+    if (it == entries_.end()) {
+        return entries_.emplace_back(Entry{std::string(key), nullptr}).value;
+    }
+    if (it->key != key) {
         it = entries_.insert(it, Entry{std::string(key), nullptr});
     }
     return it->value;
@@ -172,30 +223,15 @@ std::unique_ptr<OrvexValue>& ValueSet::Slot(std::string_view key) {
 }
 
 void ValueSet::Clear() {
-    entries_.clear();
+    DestroyValues();
 }
 
 void ValueSet::CopyFrom(const ValueSet& other) {
     // Copies are made before any is stored: other may be nested inside this set and die when a
     // key of ours is overwritten.
     std::vector<Entry> copies;
-    std::vector<uint8_t> scratch;
     try {
-        for (const auto& [key, value] : other) {
-            if (!value) {
-                continue;
-            }
-            const uint64_t size = ValueWire::ValueSize(*value, true);
-            if (size >= ValueWire::kTooBig) {
-                continue;
-            }
-            scratch.resize(static_cast<std::size_t>(size));
-            auto copy =
-                ValueWire::WriteValue(*value, scratch) ? ValueWire::ReadValue(scratch) : nullptr;
-            if (copy) {
-                copies.push_back(Entry{key, std::move(copy)});
-            }
-        }
+        ValueWire::CopyEntries(other, copies);
     } catch (const std::bad_alloc&) {
         // What was copied so far is stored; the rest is skipped like a failed read.
     }

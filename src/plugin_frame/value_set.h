@@ -90,6 +90,9 @@ public:
 private:
     friend class ValueWire;
 
+    // Destroys every value, letting go of the chunks they were read into once per run of values
+    // from the same chunk rather than once per value.
+    void DestroyValues();
     std::vector<Entry>::iterator LowerBound(std::string_view key);
     const Entry* FindEntry(std::string_view key) const;
     // The key's slot, inserted when missing; appending in key order does no search.

@@ -1,6 +1,7 @@
 #include "plugin_frame/value_wire.h"
 
 #include "plugin_frame/little_endian.h"
+#include "plugin_frame/value_chunk.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,10 +11,16 @@ namespace VelmorValueSet {
 
 namespace {
 
-// A well-formed body is read in one pass over its bytes. A nested map whose keys repeat is shorter
-// than its declared length, and reading resumes inside it; bounding the bytes visited to a few
-// passes keeps a hostile body from making that exponential in the nesting depth.
+// A body written from a set is read in one pass over its bytes. A nested map whose keys repeat is
+// shorter than its declared length, and reading resumes inside it; nested deep enough, such maps
+// make the same bytes be read again at every level and, combined, far more often than the body is
+// long. No writer repeats keys, so a body that needs more than a few passes is refused as hostile.
 constexpr uint64_t kReadPasses = 4;
+
+// Chunks are sized from the body: a monitor answer fits one, a small request takes little.
+constexpr std::size_t kChunkBytesPerInputByte = 4;
+constexpr std::size_t kSmallestChunk = 512;
+constexpr std::size_t kLargestChunk = 16384;
 
 uint64_t Saturated(uint64_t size) {
     return std::min(size, ValueWire::kTooBig);
@@ -101,11 +108,22 @@ bool ValueWire::WriteValue(const OrvexValue& value, std::span<uint8_t> out) {
 
 class ValueWire::Reader {
 public:
-    explicit Reader(std::size_t inputSize) : budget_(kReadPasses * inputSize) {}
+    explicit Reader(std::size_t inputSize)
+        : budget_(kReadPasses * inputSize),
+          chunkSize_(
+              std::clamp(inputSize * kChunkBytesPerInputByte, kSmallestChunk, kLargestChunk)) {}
+    ~Reader() {
+        if (chunk_ != nullptr) {
+            chunk_->ReaderDone();
+        }
+    }
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 
     // Reads a body into an empty set. collapsed tells that a key repeated somewhere inside, so the
     // set's body is shorter than the bytes read.
     bool Body(std::span<const uint8_t> body, uint32_t depth, ValueSet& into, bool& collapsed) {
+        into.entries_.reserve(CountEntries(body));
         std::size_t offset = 0;
         while (offset < body.size()) {
             const std::size_t keyLength = body[offset++];
@@ -141,11 +159,14 @@ public:
             return nullptr;
         }
         const auto payload = bytes.subspan(kValueHeaderSize, length);
-        auto value = std::make_unique<OrvexValue>();
         if (kind == Kind::Map) {
-            return ReadMap(std::move(value), payload, depth, advance, collapsed);
+            return ReadMap(payload, depth, advance, collapsed);
         }
-        if (!Spend(kValueHeaderSize + length) || !value->Allocate(kind, length)) {
+        if (!Spend(kValueHeaderSize + length)) {
+            return nullptr;
+        }
+        auto value = NewValue(kind, length);
+        if (!value || !value->Allocate(kind, length, chunk_)) {
             return nullptr;
         }
         if (length != 0) {
@@ -156,15 +177,49 @@ public:
     }
 
 private:
-    std::unique_ptr<OrvexValue> ReadMap(std::unique_ptr<OrvexValue> value,
-                                        std::span<const uint8_t> payload, uint32_t depth,
+    // The number of entries a well-formed body holds, found by hopping over the declared lengths,
+    // so the set grows once.
+    static std::size_t CountEntries(std::span<const uint8_t> body) {
+        std::size_t count = 0;
+        uint64_t offset = 0;
+        while (offset < body.size()) {
+            offset += 1 + body[offset];
+            if (offset + kValueHeaderSize > body.size()) {
+                break;
+            }
+            offset += kValueHeaderSize + LoadLittleEndian<uint32_t>(body.data() + offset + 1);
+            ++count;
+        }
+        return count;
+    }
+
+    // A kind-0 value in the current chunk, with room after it for its payload or nested set; a
+    // new chunk is begun when the current one is full.
+    std::unique_ptr<OrvexValue> NewValue(Kind kind, uint32_t length) {
+        const std::size_t footprint = OrvexValue::ChunkFootprint(kind, length);
+        if (chunk_ == nullptr || chunk_->Room() < footprint) {
+            ValueChunk* fresh = ValueChunk::Make(std::max(footprint, chunkSize_));
+            if (fresh == nullptr) {
+                return nullptr;
+            }
+            if (chunk_ != nullptr) {
+                chunk_->ReaderDone();
+            }
+            chunk_ = fresh;
+        }
+        return std::unique_ptr<OrvexValue>(OrvexValue::NewIn(*chunk_));
+    }
+
+    std::unique_ptr<OrvexValue> ReadMap(std::span<const uint8_t> payload, uint32_t depth,
                                         std::size_t& advance, bool& collapsed) {
         if (depth >= kMaxDepth || !Spend(kValueHeaderSize)) {
             return nullptr;
         }
-        value->storage_.map = new ValueSet();
-        value->kind_ = Kind::Map;
-        value->length_ = static_cast<uint32_t>(payload.size());
+        auto value = NewValue(Kind::Map, 0);
+        if (!value) {
+            return nullptr;
+        }
+        value->MakeMapIn(*chunk_, static_cast<uint32_t>(payload.size()));
         bool nestedCollapsed = false;
         if (!Body(payload, depth + 1, *value->storage_.map, nestedCollapsed)) {
             return nullptr;
@@ -185,6 +240,8 @@ private:
     }
 
     uint64_t budget_;
+    std::size_t chunkSize_;
+    ValueChunk* chunk_ = nullptr; // held while values are carved from it
 };
 
 bool ValueWire::ReadBody(std::span<const uint8_t> body, ValueSet& into) {
@@ -192,10 +249,24 @@ bool ValueWire::ReadBody(std::span<const uint8_t> body, ValueSet& into) {
     return Reader(body.size()).Body(body, 0, into, collapsed);
 }
 
-std::unique_ptr<OrvexValue> ValueWire::ReadValue(std::span<const uint8_t> bytes) {
-    std::size_t advance = 0;
-    bool collapsed = false;
-    return Reader(bytes.size()).Value(bytes, 0, advance, collapsed);
+void ValueWire::CopyEntries(const ValueSet& from, std::vector<ValueSet::Entry>& into) {
+    // One reader for all the copies, so they share chunks as a read body's values do.
+    Reader reader(static_cast<std::size_t>(BodySize(from, true)));
+    std::vector<uint8_t> scratch;
+    for (const auto& [key, value] : from) {
+        const uint64_t size = value ? ValueSize(*value, true) : kTooBig;
+        if (size >= kTooBig) {
+            continue;
+        }
+        scratch.resize(static_cast<std::size_t>(size));
+        std::size_t advance = 0;
+        bool collapsed = false;
+        auto copy =
+            WriteValue(*value, scratch) ? reader.Value(scratch, 0, advance, collapsed) : nullptr;
+        if (copy) {
+            into.push_back(ValueSet::Entry{key, std::move(copy)});
+        }
+    }
 }
 
 } // namespace VelmorValueSet

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace VelmorValueSet {
 
@@ -32,8 +33,9 @@ public:
 
     // Reads a whole body into a fresh set; false for any malformed input.
     static bool ReadBody(std::span<const uint8_t> body, ValueSet& into);
-    // Reads the value at the front of bytes; null for malformed input.
-    static std::unique_ptr<OrvexValue> ReadValue(std::span<const uint8_t> bytes);
+    // Appends a deep copy of every entry of from, each made by writing the value and reading it
+    // back; a value that cannot be written or read back is left out.
+    static void CopyEntries(const ValueSet& from, std::vector<ValueSet::Entry>& into);
 
 private:
     class Reader;

@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -416,12 +417,16 @@ TEST(ValueSet, every_truncation_of_a_good_body_fails_cleanly) {
     EXPECT_EQ(Encode(set), body);
 }
 
-Bytes Nested(int depth) {
-    Bytes body = Entry("v", 1, {1});
+// The body as the only entry "m" of a map, that map as the only entry of another, depth times.
+Bytes InMaps(Bytes body, int depth) {
     for (int i = 0; i < depth; ++i) {
         body = Entry("m", 32, body);
     }
     return body;
+}
+
+Bytes Nested(int depth) {
+    return InMaps(Entry("v", 1, {1}), depth);
 }
 
 TEST(ValueSet, maps_nested_32_deep_read_and_33_deep_fail) {
@@ -481,6 +486,30 @@ TEST(ValueSet, null_buffer_with_a_size_fails) {
     EXPECT_TRUE(set.Read(nullptr, 0));
 }
 
+// Maps nested depth deep around the same key repeated: every level keeps one copy and drops back
+// into the copies below it, so each level reads the innermost bytes once more.
+Bytes Rereading(int depth) {
+    Bytes body;
+    for (int i = 0; i < 50; ++i) {
+        body = Cat({body, Entry("a", 1, {1})});
+    }
+    return InMaps(body, depth);
+}
+
+TEST(ValueSet, body_read_a_few_times_over_reads_as_written) {
+    ValueSet set;
+    ASSERT_TRUE(Decode(set, Rereading(3)));
+    EXPECT_EQ(set.Count(), 2u);
+    EXPECT_TRUE(set.GetBool("a"));
+    EXPECT_TRUE(set.FindMap("m")->FindMap("m")->FindMap("m")->GetBool("a"));
+}
+
+TEST(ValueSet, body_that_must_be_read_many_times_over_is_refused) {
+    ValueSet set = Filled();
+    EXPECT_FALSE(Decode(set, Rereading(8)));
+    EXPECT_TRUE(set.Empty());
+}
+
 TEST(ValueSet, reading_from_a_block_of_the_same_set_is_safe) {
     ValueSet inner;
     inner.SetInt32("I", 3);
@@ -537,6 +566,52 @@ TEST(ValueSet, slot_inserts_an_empty_entry_that_is_not_written) {
     set.Slot("Full") = std::make_unique<OrvexValue>(true);
     EXPECT_EQ(Encode(set), Entry("Full", 1, {1}));
     EXPECT_EQ(&set.Slot("Full"), &set.Slot("Full"));
+}
+
+TEST(ValueSet, value_taken_out_of_a_read_set_outlives_the_set) {
+    ValueSet source;
+    source.SetString("S", u"a string long enough to live beside the values");
+    source.SetInt32("I", 9);
+    std::unique_ptr<OrvexValue> kept;
+    {
+        ValueSet set;
+        ASSERT_TRUE(Decode(set, Encode(source)));
+        kept = std::move(set.Slot("S"));
+    }
+    EXPECT_EQ(kept->AsString(), u"a string long enough to live beside the values");
+}
+
+TEST(ValueSet, values_read_together_may_be_released_on_different_threads) {
+    ValueSet source;
+    for (int i = 0; i < 64; ++i) {
+        source.SetDouble("V" + std::to_string(i), i);
+    }
+    ValueSet set;
+    ASSERT_TRUE(Decode(set, Encode(source)));
+    std::vector<std::unique_ptr<OrvexValue>> halves[2];
+    int i = 0;
+    for (const auto& [key, value] : source) {
+        halves[i++ % 2].push_back(std::move(set.Slot(key)));
+    }
+    std::thread other([&] { halves[1].clear(); });
+    halves[0].clear();
+    other.join();
+    set.Clear();
+    EXPECT_TRUE(set.Empty());
+}
+
+TEST(ValueSet, thousands_of_values_read_back_intact) {
+    ValueSet source;
+    for (int i = 0; i < 3000; ++i) {
+        source.SetString("K" + std::to_string(i),
+                         std::u16string(static_cast<std::size_t>(i % 200), u'x'));
+    }
+    const Bytes body = Encode(source);
+    ValueSet set;
+    ASSERT_TRUE(Decode(set, body));
+    EXPECT_EQ(set.Count(), 3000u);
+    EXPECT_EQ(set.GetString("K199").size(), 199u);
+    EXPECT_EQ(Encode(set), body);
 }
 
 TEST(ValueSet, value_of_kind_zero_cannot_be_written) {
