@@ -460,6 +460,15 @@ TEST_F(MonitorRecorderTest, start_logging_while_logging_closes_the_old_log_silen
     EXPECT_EQ(logFiles.Contents(second), RecorderProbe::LogBytes(1, 10, 60));
 }
 
+TEST_F(MonitorRecorderTest, the_stop_logging_event_is_named_with_the_id_as_a_signed_number) {
+    uiProcesses.Launch(0x80000004);
+    ASSERT_NE(Start(600, 1, 0x80000004), 0);
+    // Made signalled by the recording, so opening it by this name finds it signalled.
+    const auto event =
+        native.NewEvent(true, false, u"Global\\ResourceMonitorStopLoggingEvent_-2147483644");
+    EXPECT_TRUE(IsSignalled(*event));
+}
+
 TEST_F(MonitorRecorderTest, start_logging_shares_the_reset_stop_logging_event) {
     ASSERT_NE(Start(), 0);
     const auto stopLogging = OpenStopLoggingEvent();
