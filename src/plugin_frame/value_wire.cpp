@@ -180,9 +180,7 @@ public:
         if (!value || !value->Allocate(kind, length, chunk_)) {
             return nullptr;
         }
-        if (length != 0) {
-            std::memcpy(value->Bytes(), payload.data(), length);
-        }
+        CopyPayload(*value, payload.data(), bytes.size() - kValueHeaderSize);
         advance = kValueHeaderSize + length;
         return value;
     }
@@ -202,6 +200,20 @@ private:
             ++count;
         }
         return count;
+    }
+
+    // Copies the payload (its length already set) from in, which has available bytes. A short
+    // payload is taken as one fixed-size move when the input has the bytes; what lies past its
+    // length is never read, except a text's terminator, which is put back.
+    static void CopyPayload(OrvexValue& value, const uint8_t* in, std::size_t available) {
+        if (!value.OnHeap() && available >= OrvexValue::kInlineBytes) {
+            std::memcpy(value.storage_.inline_bytes, in, OrvexValue::kInlineBytes);
+            if (value.kind_ == Kind::WideString) {
+                StoreLittleEndian(value.storage_.inline_bytes + value.length_, uint16_t{0});
+            }
+        } else if (value.length_ != 0) {
+            std::memcpy(value.Bytes(), in, value.length_);
+        }
     }
 
     // A kind-0 value in the current chunk, with room after it for its payload or nested set; a

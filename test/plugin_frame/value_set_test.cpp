@@ -111,16 +111,21 @@ TEST(ValueSet, every_byte_that_is_not_a_kind_fails_to_read) {
 }
 
 TEST(ValueSet, wide_string_read_from_the_wire_is_terminated) {
-    ValueSet set;
-    ASSERT_TRUE(Decode(set, Entry("S", 16, {'H', 0, 'i', 0})));
-    const OrvexValue* value = set.Find("S");
-    ASSERT_NE(value, nullptr);
-    EXPECT_EQ(value->Length(), 4u);
-    // The payload span ends at the length; the terminator is stored just past it.
-    const uint8_t* bytes = value->Payload().data();
-    EXPECT_EQ(bytes[4], 0);
-    EXPECT_EQ(bytes[5], 0);
-    EXPECT_EQ(value->AsString(), u"Hi");
+    // Alone, and followed by bytes that are not zero.
+    for (const Bytes& body :
+         {Entry("S", 16, {'H', 0, 'i', 0}),
+          Cat({Entry("S", 16, {'H', 0, 'i', 0}), Entry("T", 4, Bytes(20, 0xFF))})}) {
+        ValueSet set;
+        ASSERT_TRUE(Decode(set, body));
+        const OrvexValue* value = set.Find("S");
+        ASSERT_NE(value, nullptr);
+        EXPECT_EQ(value->Length(), 4u);
+        // The payload span ends at the length; the terminator is stored just past it.
+        const uint8_t* bytes = value->Payload().data();
+        EXPECT_EQ(bytes[4], 0);
+        EXPECT_EQ(bytes[5], 0);
+        EXPECT_EQ(value->AsString(), u"Hi");
+    }
 }
 
 TEST(ValueSet, long_wide_string_read_from_the_wire_is_terminated) {
