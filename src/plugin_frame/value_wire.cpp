@@ -49,61 +49,72 @@ uint64_t ValueWire::ValueSize(const OrvexValue& value, bool storeMapLengths) {
     return Saturated(kValueHeaderSize + nested);
 }
 
+// Writes into [at, end) and returns where it stopped, or null when something does not fit or is
+// not writable. The cursor stays in a local so the compiler can keep it in a register.
 class ValueWire::Writer {
 public:
-    explicit Writer(std::span<uint8_t> out) : at_(out.data()), end_(out.data() + out.size()) {}
-
-    bool Body(const ValueSet& set) {
+    static uint8_t* Body(const ValueSet& set, uint8_t* at, const uint8_t* end) {
         for (const auto& [key, value] : set) {
-            if (value && !(Byte(static_cast<uint8_t>(key.size())) &&
-                           Bytes(key.data(), key.size()) && Value(*value))) {
-                return false;
+            if (!value) {
+                continue;
+            }
+            if (key.size() >= Room(at, end)) {
+                return nullptr;
+            }
+            *at++ = static_cast<uint8_t>(key.size());
+            at = Copy(at, key.data(), key.size());
+            at = Value(*value, at, end);
+            if (at == nullptr) {
+                return nullptr;
             }
         }
-        return true;
+        return at;
     }
 
-    bool Value(const OrvexValue& value) {
-        if (!IsWireKind(value.kind_) || Room() < kValueHeaderSize) {
-            return false;
+    static uint8_t* Value(const OrvexValue& value, uint8_t* at, const uint8_t* end) {
+        if (!IsWireKind(value.kind_) || Room(at, end) < kValueHeaderSize) {
+            return nullptr;
         }
-        *at_++ = static_cast<uint8_t>(value.kind_);
-        StoreLittleEndian(at_, value.length_);
-        at_ += sizeof(uint32_t);
-        if (value.kind_ != Kind::Map) {
-            return Bytes(value.Bytes(), value.length_);
+        *at++ = static_cast<uint8_t>(value.kind_);
+        StoreLittleEndian(at, value.length_);
+        at += sizeof(uint32_t);
+        if (value.length_ > Room(at, end)) {
+            return nullptr;
         }
-        // The cached length was measured just before; the nested body must match it exactly.
-        const uint8_t* start = at_;
-        return Body(*value.storage_.map) && static_cast<std::size_t>(at_ - start) == value.length_;
+        if (value.kind_ == Kind::Map) {
+            // The cached length was measured just before; the nested body must match it exactly.
+            uint8_t* nestedEnd = at + value.length_;
+            return Body(*value.storage_.map, at, nestedEnd) == nestedEnd ? nestedEnd : nullptr;
+        }
+        if (!value.OnHeap() && Room(at, end) >= OrvexValue::kInlineBytes) {
+            // A short payload goes out as one fixed-size copy; the bytes past its length are
+            // overwritten by what follows, and the room check keeps them inside the body.
+            std::memcpy(at, value.storage_.inline_bytes, OrvexValue::kInlineBytes);
+            return at + value.length_;
+        }
+        return Copy(at, value.Bytes(), value.length_);
     }
 
 private:
-    std::size_t Room() const { return static_cast<std::size_t>(end_ - at_); }
-
-    bool Byte(uint8_t byte) { return Bytes(&byte, 1); }
-
-    bool Bytes(const void* bytes, std::size_t size) {
-        if (size > Room()) {
-            return false;
-        }
-        if (size != 0) {
-            std::memcpy(at_, bytes, size);
-        }
-        at_ += size;
-        return true;
+    static std::size_t Room(const uint8_t* at, const uint8_t* end) {
+        return static_cast<std::size_t>(end - at);
     }
 
-    uint8_t* at_;
-    uint8_t* end_;
+    // Copies bytes whose size was checked against the room already.
+    static uint8_t* Copy(uint8_t* at, const void* bytes, std::size_t size) {
+        if (size != 0) {
+            std::memcpy(at, bytes, size);
+        }
+        return at + size;
+    }
 };
 
 bool ValueWire::WriteBody(const ValueSet& set, std::span<uint8_t> out) {
-    return Writer(out).Body(set);
+    return Writer::Body(set, out.data(), out.data() + out.size()) == out.data() + out.size();
 }
 
 bool ValueWire::WriteValue(const OrvexValue& value, std::span<uint8_t> out) {
-    return Writer(out).Value(value);
+    return Writer::Value(value, out.data(), out.data() + out.size()) == out.data() + out.size();
 }
 
 class ValueWire::Reader {

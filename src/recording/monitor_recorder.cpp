@@ -167,8 +167,10 @@ int64_t MonitorRecorder::Launch(const StartRequest& request) {
     recording->sampling = request.sampling;
     recording->round = request.round;
     recording->context = request.context;
-    // Known before the thread runs, so its first round already carries it.
+    // Known before the thread runs: a user interface that hears of the first round asks for it
+    // with this serial number at once.
     recording->serialNumber = clock_.SecondsSince1970();
+    serialNumber_.store(recording->serialNumber);
     {
         std::lock_guard file(*fileLock_);
         current_ = recording;
@@ -179,7 +181,6 @@ int64_t MonitorRecorder::Launch(const StartRequest& request) {
     if (!thread_) {
         Fail("create thread failed");
     }
-    serialNumber_.store(recording->serialNumber);
     return recording->serialNumber;
 }
 

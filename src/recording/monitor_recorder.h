@@ -86,7 +86,8 @@ public:
     bool StartLogging(const std::u16string& path, uint64_t* stopLoggingHandle,
                       LogFinishedCallback logFinished);
     // Ends the log: writes the pending records, signals the stop-logging event and calls the
-    // log-finished callback.
+    // log-finished callback of the last StartLogging, even when that log has ended before (the
+    // callback is kept until the recording stops).
     void StopLogging();
     // Ends the log as StopLogging does and stops the recording. Without waitForThread the sampling
     // thread is only told to stop; it is waited for by the next start or at destruction.

@@ -25,7 +25,7 @@ struct PageTable {
 };
 
 // A reader's hold on a page table: it keeps the table alive, and other readers out, while it
-// exists. Empty when there is no table.
+// exists, so a thread lets go of one before asking for the next. Empty when there is no table.
 class RecordPages {
 public:
     RecordPages() = default;

@@ -166,6 +166,20 @@ TEST_F(MonitorRecorderTest, serial_number_is_the_start_time_and_rounds_carry_it)
     EXPECT_EQ(probe.RoundSequences(), (std::vector<int32_t>{0, 1, 2}));
 }
 
+TEST_F(MonitorRecorderTest, the_first_round_already_finds_the_serial_number) {
+    std::atomic<int64_t> seen{-1};
+    probe.afterRound = [&seen, recording = recorder.get()](int32_t newest) {
+        if (newest == 0) {
+            seen = recording->SerialNumber();
+        }
+    };
+    probe.Open(); // the first sample races the end of the start
+    clock.SetSecondsSince1970(1'800'000'300);
+    ASSERT_EQ(Start(), 1'800'000'300);
+    ASSERT_TRUE(probe.WaitForRounds(2)); // so the first round's check is done
+    EXPECT_EQ(seen, 1'800'000'300);
+}
+
 TEST_F(MonitorRecorderTest, capacity_601_gives_two_pages_and_600_one) {
     probe.Open(); // the second start waits for the first recording's thread
     ASSERT_NE(Start(601), 0);
@@ -239,6 +253,36 @@ TEST_F(MonitorRecorderTest, a_round_past_the_next_record_is_refused_by_the_ring)
         EXPECT_STREQ(error.what(), "round is invlid");
     }
     EXPECT_TRUE(recorder->Pages(2, 1)); // the pages are not left locked
+}
+
+TEST_F(MonitorRecorderTest, pages_read_during_restarts_hold_whole_records) {
+    probe.Open();
+    ASSERT_NE(Start(), 0);
+    const auto readPages = [&] {
+        for (int32_t request = 0; request < 3000; ++request) {
+            try {
+                const auto pages = recorder->Pages(request % 40, 1 + request % 7);
+                if (!pages) {
+                    continue; // between a stop and the next start
+                }
+                const RecordValues record = PageRecord(pages, 0);
+                const bool unwritten = record == RecordValues{};
+                const bool whole =
+                    record == RecorderProbe::Expected(static_cast<int32_t>(record[0] / 10.0));
+                ASSERT_TRUE(unwritten || whole) << "request " << request;
+            } catch (const std::invalid_argument&) {
+                // a round past the next record of a recording just started
+            }
+        }
+    };
+    std::thread first(readPages);
+    std::thread second(readPages);
+    for (int32_t restart = 0; restart < 15; ++restart) {
+        ASSERT_TRUE(probe.WaitForRounds(static_cast<int32_t>(probe.RoundSerials().size()) + 3));
+        ASSERT_NE(Start(), 0);
+    }
+    first.join();
+    second.join();
 }
 
 // --- The user interface's process ---
@@ -414,6 +458,15 @@ TEST_F(MonitorRecorderTest, start_logging_while_logging_closes_the_old_log_silen
     EXPECT_EQ(logFiles.Contents(kLogPath), RecorderProbe::LogBytes(1, 0, 10));
     TakeSamples(60);
     EXPECT_EQ(logFiles.Contents(second), RecorderProbe::LogBytes(1, 10, 60));
+}
+
+TEST_F(MonitorRecorderTest, the_stop_logging_event_is_named_with_the_id_as_a_signed_number) {
+    uiProcesses.Launch(0x80000004);
+    ASSERT_NE(Start(600, 1, 0x80000004), 0);
+    // Made signalled by the recording, so opening it by this name finds it signalled.
+    const auto event =
+        native.NewEvent(true, false, u"Global\\ResourceMonitorStopLoggingEvent_-2147483644");
+    EXPECT_TRUE(IsSignalled(*event));
 }
 
 TEST_F(MonitorRecorderTest, start_logging_shares_the_reset_stop_logging_event) {
