@@ -78,7 +78,7 @@ std::vector<uint8_t> Encoded(const ValueSet& set) {
 void Pack(msgpack::packer<msgpack::sbuffer>& packer, const ValueSet& set) {
     packer.pack_map(static_cast<uint32_t>(set.Count()));
     for (const auto& [key, value] : set) {
-        packer.pack(key);
+        packer.pack(std::string_view(key));
         switch (value->GetKind()) {
         case Kind::Double:
             packer.pack_double(value->AsDouble());

@@ -13,13 +13,6 @@ namespace VelmorValueSet {
 
 namespace {
 
-constexpr std::size_t kTerminatorBytes = sizeof(char16_t);
-
-// In front of every value: the chunk it was carved from, or null for a value of its own block.
-struct alignas(ValueChunk::kAlignment) AllocationHeader {
-    ValueChunk* chunk;
-};
-
 std::u16string_view TextOrEmpty(const char16_t* text) {
     return text != nullptr ? std::u16string_view(text) : std::u16string_view();
 }
@@ -111,26 +104,8 @@ void OrvexValue::operator delete(void* value) noexcept {
     }
 }
 
-ValueChunk* OrvexValue::ChunkOf(const OrvexValue* value) {
-    return (static_cast<const AllocationHeader*>(static_cast<const void*>(value)) - 1)->chunk;
-}
-
-std::size_t OrvexValue::ChunkFootprint(Kind kind, std::size_t length) {
-    std::size_t footprint = ValueChunk::Rounded(sizeof(AllocationHeader) + sizeof(OrvexValue));
-    const std::size_t stored = length + (kind == Kind::WideString ? kTerminatorBytes : 0);
-    if (kind == Kind::Map) {
-        footprint += ValueChunk::Rounded(sizeof(ValueSet));
-    } else if (stored > kInlineBytes && stored <= kChunkPayloadLimit) {
-        footprint += ValueChunk::Rounded(stored);
-    }
-    return footprint;
-}
-
-OrvexValue* OrvexValue::NewIn(ValueChunk& chunk) {
-    void* block = chunk.Take(sizeof(AllocationHeader) + sizeof(OrvexValue));
-    auto* header = ::new (block) AllocationHeader{&chunk};
-    chunk.PlaceValue();
-    return ::new (static_cast<void*>(header + 1)) OrvexValue();
+std::size_t OrvexValue::MapFootprint() {
+    return ValueChunk::Rounded(sizeof(ValueSet));
 }
 
 void OrvexValue::MakeMapIn(ValueChunk& chunk, uint32_t length) {
@@ -140,20 +115,13 @@ void OrvexValue::MakeMapIn(ValueChunk& chunk, uint32_t length) {
     length_ = length;
 }
 
-std::size_t OrvexValue::StoredSize() const {
-    return length_ + (kind_ == Kind::WideString ? kTerminatorBytes : 0);
-}
-
-bool OrvexValue::Allocate(Kind kind, std::size_t length, ValueChunk* chunk) {
+bool OrvexValue::AllocateOutside(Kind kind, std::size_t length, ValueChunk* chunk) {
     kind_ = kind;
     length_ = 0;
     if (length > std::numeric_limits<uint32_t>::max() - kTerminatorBytes) {
         return false;
     }
     length_ = static_cast<uint32_t>(length);
-    if (!OnHeap()) {
-        return true;
-    }
     if (chunk != nullptr && StoredSize() <= kChunkPayloadLimit) {
         storage_.heap = static_cast<uint8_t*>(chunk->Take(StoredSize()));
         storage_in_chunk_ = storage_.heap != nullptr;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "plugin_frame/value_chunk.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -43,7 +45,6 @@ constexpr bool IsWireKind(Kind kind) {
 struct CountTerminator {};
 inline constexpr CountTerminator kCountTerminator{};
 
-class ValueChunk;
 class ValueSet;
 class ValueWire;
 
@@ -102,25 +103,62 @@ private:
     friend class ValueWire;
 
     static constexpr std::size_t kInlineBytes = 16;
+    static constexpr std::size_t kTerminatorBytes = sizeof(char16_t);
     // Payloads up to this size are placed in the reader's chunk; longer ones get their own block.
     static constexpr std::size_t kChunkPayloadLimit = 256;
 
+    // In front of every value: the chunk it was carved from, or null for a value of its own block.
+    struct alignas(ValueChunk::kAlignment) AllocationHeader {
+        ValueChunk* chunk;
+    };
+
+    static std::size_t StoredSize(Kind kind, std::size_t length) {
+        return length + (kind == Kind::WideString ? kTerminatorBytes : 0);
+    }
     // Bytes of a chunk that one value with the given payload or nested set takes.
-    static std::size_t ChunkFootprint(Kind kind, std::size_t length);
+    static std::size_t ChunkFootprint(Kind kind, std::size_t length) {
+        std::size_t footprint = ValueChunk::Rounded(sizeof(AllocationHeader) + sizeof(OrvexValue));
+        const std::size_t stored = StoredSize(kind, length);
+        if (kind == Kind::Map) {
+            footprint += MapFootprint();
+        } else if (stored > kInlineBytes && stored <= kChunkPayloadLimit) {
+            footprint += ValueChunk::Rounded(stored);
+        }
+        return footprint;
+    }
+    static std::size_t MapFootprint();
     // The chunk a value was placed in; null for a value in a block of its own.
-    static ValueChunk* ChunkOf(const OrvexValue* value);
+    static ValueChunk* ChunkOf(const OrvexValue* value) {
+        return (static_cast<const AllocationHeader*>(static_cast<const void*>(value)) - 1)->chunk;
+    }
     // A kind-0 value placed in the chunk, which must have room for its footprint.
-    static OrvexValue* NewIn(ValueChunk& chunk);
+    static OrvexValue* NewIn(ValueChunk& chunk) {
+        auto* header = ::new (chunk.Take(sizeof(AllocationHeader) + sizeof(OrvexValue)))
+            AllocationHeader{&chunk};
+        chunk.PlaceValue();
+        return ::new (static_cast<void*>(header + 1)) OrvexValue();
+    }
     // Makes this a map value owning a new empty set placed in the chunk.
     void MakeMapIn(ValueChunk& chunk, uint32_t length);
 
     // Sets kind and length and makes room for the payload (plus a zeroed terminator for text),
     // in the chunk when one is given and the payload is short enough. When memory runs out the
     // value keeps no payload and the result is false.
-    bool Allocate(Kind kind, std::size_t length, ValueChunk* chunk = nullptr);
+    bool Allocate(Kind kind, std::size_t length, ValueChunk* chunk = nullptr) {
+        if (StoredSize(kind, length) <= kInlineBytes) {
+            kind_ = kind;
+            length_ = static_cast<uint32_t>(length);
+            return true;
+        }
+        return AllocateOutside(kind, length, chunk);
+    }
+    bool AllocateOutside(Kind kind, std::size_t length, ValueChunk* chunk);
     void AssignText(std::u16string_view text, bool countTerminator);
-    std::size_t StoredSize() const;
+    std::size_t StoredSize() const { return StoredSize(kind_, length_); }
     bool OnHeap() const { return kind_ != Kind::Map && StoredSize() > kInlineBytes; }
+    // False for a value whose destructor has nothing to free: its payload is inline or in its
+    // chunk.
+    bool OwnsStorage() const { return kind_ == Kind::Map || (OnHeap() && !storage_in_chunk_); }
     uint8_t* Bytes() { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
     const uint8_t* Bytes() const { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
     template <typename T>

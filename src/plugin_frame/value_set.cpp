@@ -13,20 +13,8 @@ namespace VelmorValueSet {
 
 namespace {
 
-// Byte-wise order with a prefix first. Keys are short and often share their first bytes ("CPU",
-// "Max"), so a plain loop does better than a call to memcmp.
-bool KeyLess(std::string_view a, std::string_view b) {
-    const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        if (a[i] != b[i]) {
-            return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
-        }
-    }
-    return a.size() < b.size();
-}
-
 bool KeyBefore(const ValueSet::Entry& entry, std::string_view key) {
-    return KeyLess(entry.key, key);
+    return ValueSet::KeyLess(entry.key, key);
 }
 
 // A typed read of a key: the kind's empty value when the key is missing.
@@ -69,7 +57,10 @@ void ValueSet::DestroyValues() {
             run = chunk;
             runValues = 0;
         }
-        value->~OrvexValue();
+        // A value in a chunk is exactly an OrvexValue; most have nothing of their own to free.
+        if (value->OwnsStorage()) {
+            value->OrvexValue::~OrvexValue();
+        }
         ++runValues;
     }
     if (run != nullptr) {
@@ -79,10 +70,6 @@ void ValueSet::DestroyValues() {
 }
 
 std::vector<ValueSet::Entry>::iterator ValueSet::LowerBound(std::string_view key) {
-    // Bodies arrive and answers are built mostly in key order: appending needs no search.
-    if (entries_.empty() || KeyLess(entries_.back().key, key)) {
-        return entries_.end();
-    }
     return std::lower_bound(entries_.begin(), entries_.end(), key, KeyBefore);
 }
 
@@ -91,13 +78,10 @@ const ValueSet::Entry* ValueSet::FindEntry(std::string_view key) const {
     return it != entries_.end() && it->key == key ? &*it : nullptr;
 }
 
-std::unique_ptr<OrvexValue>& ValueSet::InsertSlot(std::string_view key) {
+std::unique_ptr<OrvexValue>& ValueSet::InsertSlotInside(std::string_view key) {
     auto it = LowerBound(key);
-    if (it == entries_.end()) {
-        return entries_.emplace_back(Entry{std::string(key), nullptr}).value;
-    }
-    if (it->key != key) {
-        it = entries_.insert(it, Entry{std::string(key), nullptr});
+    if (it == entries_.end() || it->key != key) {
+        it = entries_.emplace(it, key, nullptr);
     }
     return it->value;
 }

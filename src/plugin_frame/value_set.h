@@ -1,7 +1,9 @@
 #pragma once
 
+#include "plugin_frame/entry_key.h"
 #include "plugin_frame/orvex_value.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -21,10 +23,26 @@ public:
     static constexpr std::size_t kMaxKeyLength = 255;
 
     struct Entry {
-        std::string key;
+        Entry(std::string_view entryKey, std::unique_ptr<OrvexValue> entryValue)
+            : key(entryKey), value(std::move(entryValue)) {}
+
+        EntryKey key;
         std::unique_ptr<OrvexValue> value; // null only for a slot made by Slot and not filled
     };
     using const_iterator = std::vector<Entry>::const_iterator;
+
+    // The order of keys: byte-wise with a prefix first. Keys are short and often share their first
+    // bytes
+    // ("CPU", "Max"), so a plain loop does better than a call to memcmp.
+    static bool KeyLess(std::string_view a, std::string_view b) {
+        const std::size_t common = std::min(a.size(), b.size());
+        for (std::size_t i = 0; i < common; ++i) {
+            if (a[i] != b[i]) {
+                return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
+            }
+        }
+        return a.size() < b.size();
+    }
 
     ValueSet();
     ~ValueSet();
@@ -95,8 +113,15 @@ private:
     void DestroyValues();
     std::vector<Entry>::iterator LowerBound(std::string_view key);
     const Entry* FindEntry(std::string_view key) const;
-    // The key's slot, inserted when missing; appending in key order does no search.
-    std::unique_ptr<OrvexValue>& InsertSlot(std::string_view key);
+    // The key's slot, inserted when missing. Bodies arrive and answers are built mostly in key
+    // order: appending needs no search.
+    std::unique_ptr<OrvexValue>& InsertSlot(std::string_view key) {
+        if (entries_.empty() || KeyLess(entries_.back().key, key)) {
+            return entries_.emplace_back(key, nullptr).value;
+        }
+        return InsertSlotInside(key);
+    }
+    std::unique_ptr<OrvexValue>& InsertSlotInside(std::string_view key);
     std::unique_ptr<OrvexValue>* CheckedSlot(std::string_view key);
     template <typename T>
     bool SetNew(std::string_view key, T value);
