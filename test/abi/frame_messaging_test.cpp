@@ -200,7 +200,6 @@ TEST_P(FrameMessagingTest, notify_sends_type_e4_with_the_code_in_byte_2_and_the_
     const Exchange exchange =
         Command(L"Notify", {{"Code", Value::UInt32(0x5A)}, {"Payload", Value::Map(EveryKind())}});
     EXPECT_EQ(exchange.result, 0);
-    ASSERT_TRUE(host.WaitForNotifications(1, std::chrono::milliseconds(0)));
     const auto notifications = host.Notifications();
     ASSERT_EQ(notifications.size(), 1u);
     std::vector<uint8_t> header(32, 0);
@@ -332,6 +331,13 @@ TEST_P(FrameMessagingTest, an_answer_of_size_0_leaves_the_response_empty) {
     HeapAnswer reply{body, 0, 1};
     ASSERT_EQ(host.Table().SetRequestSender(host.Plugin(), &SendHeapAnswer, &reply), 0);
     ExpectProbeAnswer(SendRequestTo(kPeerId, OwnRole(), {}), {}, 1);
+}
+
+TEST_P(FrameMessagingTest, a_malformed_answer_leaves_the_response_empty) {
+    // A text whose declared length runs far past the end of the answer.
+    HeapAnswer reply{{3, 'K', 'e', 'y', 0x10, 0xFF, 0xFF, 0xFF, 0x7F, 'x', 0}, 11, 0};
+    ASSERT_EQ(host.Table().SetRequestSender(host.Plugin(), &SendHeapAnswer, &reply), 0);
+    ExpectProbeAnswer(SendRequestTo(kPeerId, OwnRole(), {}), {}, 0);
 }
 
 // Bytes in use on the process heap, where the host's answers live.
