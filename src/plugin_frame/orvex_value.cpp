@@ -19,8 +19,6 @@ std::u16string_view TextOrEmpty(const char16_t* text) {
 
 } // namespace
 
-OrvexValue::OrvexValue() = default;
-
 OrvexValue::OrvexValue(bool value) : OrvexValue(static_cast<uint8_t>(value ? 1 : 0)) {}
 
 OrvexValue::OrvexValue(uint8_t value) {

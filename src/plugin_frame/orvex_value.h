@@ -53,7 +53,7 @@ class ValueWire;
 // A map value owns its nested set and caches that set's body size as its length.
 class OrvexValue {
 public:
-    OrvexValue(); // kind 0, for the reader
+    OrvexValue() = default; // kind 0, for the reader
     explicit OrvexValue(bool value);
     explicit OrvexValue(uint8_t value);
     explicit OrvexValue(int32_t value);
