@@ -6,8 +6,8 @@
 
 namespace ports {
 
-// A local time as SYSTEMTIME holds it.
-struct LocalTime {
+// A calendar time as SYSTEMTIME holds it.
+struct SystemTime {
     uint16_t Year = 0;
     uint16_t Month = 0;
     uint16_t DayOfWeek = 0;
@@ -17,7 +17,7 @@ struct LocalTime {
     uint16_t Second = 0;
     uint16_t Milliseconds = 0;
 
-    friend bool operator==(const LocalTime&, const LocalTime&) = default;
+    friend bool operator==(const SystemTime&, const SystemTime&) = default;
 };
 
 // What a file's Authenticode signature says; a text that was not found is absent.
@@ -34,7 +34,7 @@ struct SignatureInfo {
     std::optional<std::u16string> SerialNumber;  // "%02X" per byte, most significant first
     std::optional<std::u16string> TimeStampText; // "%04d/%02d/%02d %02d:%02d:%02d", local time
     bool HasTimeStamp = false;
-    LocalTime TimeStamp;
+    SystemTime TimeStamp; // local time
 };
 
 // The system's Authenticode verification of files, by path (drive form, no "\??\" prefix).
