@@ -8,15 +8,19 @@ namespace {
 
 // A TSTInfo sequence: version, policy, message imprint, serial number, then the time.
 std::vector<uint8_t> TstInfo(const std::string& time, uint8_t timeTag = 0x18) {
-    std::vector<uint8_t> contents = {0x02, 0x01, 0x01,             // version 1
-                                     0x06, 0x03, 0x2A, 0x03, 0x04, // policy 1.2.3.4
-                                     0x30, 0x00,                   // message imprint
-                                     0x02, 0x02, 0x01, 0x00};      // serial number
-    contents.push_back(timeTag);
-    contents.push_back(static_cast<uint8_t>(time.size()));
-    contents.insert(contents.end(), time.begin(), time.end());
-    std::vector<uint8_t> sequence = {0x30, static_cast<uint8_t>(contents.size())};
-    sequence.insert(sequence.end(), contents.begin(), contents.end());
+    const uint8_t fields[] = {0x02, 0x01, 0x01,             // version 1
+                              0x06, 0x03, 0x2A, 0x03, 0x04, // policy 1.2.3.4
+                              0x30, 0x00,                   // message imprint
+                              0x02, 0x02, 0x01, 0x00};      // serial number
+    std::vector<uint8_t> sequence = {0x30, static_cast<uint8_t>(sizeof fields + 2 + time.size())};
+    for (const uint8_t byte : fields) {
+        sequence.push_back(byte);
+    }
+    sequence.push_back(timeTag);
+    sequence.push_back(static_cast<uint8_t>(time.size()));
+    for (const char c : time) {
+        sequence.push_back(static_cast<uint8_t>(c));
+    }
     return sequence;
 }
 
