@@ -162,9 +162,10 @@ bool CPUInfoReader::LoadIoLibrary() {
 double CPUInfoReader::GetVoltage() {
     const FirmwareReading reading = CallFirmware(kFirmwareVoltage);
     if (reading.Valid) {
-        voltage = static_cast<double>(reading.Value());
-        Log(6, u"Voltage from WMI:%f", voltage.load());
-        return voltage;
+        const auto firmwareVoltage = static_cast<double>(reading.Value());
+        voltage = firmwareVoltage;
+        Log(6, u"Voltage from WMI:%f", firmwareVoltage);
+        return firmwareVoltage;
     }
     if (!modelMatched || !voltageSupported) {
         return voltage;
@@ -175,12 +176,14 @@ double CPUInfoReader::GetVoltage() {
     }
     uint64_t status = 0;
     m_ioLibrary->ReadMsr(kPerfStatusMsr, status);
+    // The whole upper half counts, in units of 1/8192 V.
     const auto upperHalf = static_cast<uint32_t>(status >> 32);
-    voltage = static_cast<double>(
+    const auto millivolts = static_cast<double>(
         static_cast<int32_t>(static_cast<double>(upperHalf) * 1000.0 * kVoltageUnit));
+    voltage = millivolts;
     m_ioLibrary->Close();
-    Log(6, u"Voltage from VelmorIO:%f", voltage.load());
-    return voltage;
+    Log(6, u"Voltage from VelmorIO:%f", millivolts);
+    return millivolts;
 }
 
 uint16_t CPUInfoReader::GetTemperature() {
