@@ -150,29 +150,61 @@ bool GpuClockConfiguration::PlainFileWritten(const Paths& paths) {
 
 // The loop bound starts as the count and then takes every value read from a matching entry, so
 // after a match the loop runs on up to its memory overclock: a later entry for the same device
-// within that bound overrides an earlier one. Rows past the count read "0" and never match.
+// within that bound overrides an earlier one. A row the file does not list reads the default "0",
+// which matches no device ID text of four digits, so only listed rows are visited; the walk then
+// costs no more than the file is long, whatever count or bound it gives.
 bool GpuClockConfiguration::ReadEntries(const std::u16string& plainPath,
                                         const std::u16string& deviceIdText, GpuClocks& clocks) {
     int32_t bound = ReadNumber(plainPath, kSectionMain, kKeyCount);
     if (bound == 0) {
         return false;
     }
+    const auto matches = [&](const std::u16string& id) {
+        return id.substr(0, kCompareLength) == deviceIdText.substr(0, kCompareLength);
+    };
+    const RowWalk rows(ListedRows(plainPath), matches(kDefaultValue));
     bool found = false;
-    for (int32_t i = 1; i <= bound; ++i) {
-        const std::u16string id = m_machine.Profiles.Read(plainPath, kSectionMain, KeyText(i),
+    for (auto row = rows.First(); row && *row <= bound; row = rows.After(*row)) {
+        const std::u16string id = m_machine.Profiles.Read(plainPath, kSectionMain, KeyText(*row),
                                                           kDefaultValue, kValueCapacity);
-        if (id.substr(0, kCompareLength) == deviceIdText.substr(0, kCompareLength)) {
+        if (matches(id)) {
             ReadEntry(plainPath, id, clocks, bound);
             found = true;
-        }
-        if (i == std::numeric_limits<int32_t>::max()) {
-            break;
         }
     }
     if (!found) {
         clocks = GpuClocks{};
     }
     return true;
+}
+
+// The rows "1", "2", ... of "Main" as "%d" writes them, ascending.
+std::vector<int32_t> GpuClockConfiguration::ListedRows(const std::u16string& plainPath) {
+    std::vector<int32_t> rows;
+    for (const std::u16string& name : m_machine.Profiles.KeyNames(plainPath, kSectionMain)) {
+        const int32_t row = WideTextToInt(name);
+        if (row >= 1 && KeyText(row) == name) {
+            rows.push_back(row);
+        }
+    }
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    return rows;
+}
+
+GpuClockConfiguration::RowWalk::RowWalk(std::vector<int32_t> listed, bool everyRow)
+    : m_listed(std::move(listed)), m_everyRow(everyRow) {}
+
+std::optional<int32_t> GpuClockConfiguration::RowWalk::First() const {
+    return After(0);
+}
+
+std::optional<int32_t> GpuClockConfiguration::RowWalk::After(int32_t row) const {
+    if (m_everyRow) {
+        return row < std::numeric_limits<int32_t>::max() ? std::optional(row + 1) : std::nullopt;
+    }
+    const auto next = std::upper_bound(m_listed.begin(), m_listed.end(), row);
+    return next != m_listed.end() ? std::optional(*next) : std::nullopt;
 }
 
 void GpuClockConfiguration::ReadEntry(const std::u16string& plainPath,

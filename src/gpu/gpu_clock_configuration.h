@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <vector>
 
 class BaseOrvexPlugin;
 
@@ -44,6 +46,19 @@ public:
     GpuClocks Clocks() const;
 
 private:
+    // The rows of "Main" the entry loop visits: those the file lists or, when an unlisted row's
+    // default text would match the device, every row.
+    class RowWalk {
+    public:
+        RowWalk(std::vector<int32_t> listed, bool everyRow);
+        std::optional<int32_t> First() const;
+        std::optional<int32_t> After(int32_t row) const;
+
+    private:
+        std::vector<int32_t> m_listed;
+        bool m_everyRow;
+    };
+
     struct Paths {
         std::u16string Enciphered;
         std::u16string Plain;
@@ -54,6 +69,7 @@ private:
     // Reads the entries of the plain file; false when it lists no device ("Count" 0).
     bool ReadEntries(const std::u16string& plainPath, const std::u16string& deviceIdText,
                      GpuClocks& clocks);
+    std::vector<int32_t> ListedRows(const std::u16string& plainPath);
     void ReadEntry(const std::u16string& plainPath, const std::u16string& section,
                    GpuClocks& clocks, int32_t& bound);
     int32_t ReadNumber(const std::u16string& plainPath, std::u16string_view section,

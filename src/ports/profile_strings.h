@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ports {
 
@@ -17,6 +18,9 @@ public:
     virtual std::u16string Read(const std::u16string& path, std::u16string_view section,
                                 std::u16string_view key, std::u16string_view defaultText,
                                 std::size_t capacity) = 0;
+    // The key names of section, in file order; empty when the file or section is missing.
+    virtual std::vector<std::u16string> KeyNames(const std::u16string& path,
+                                                 std::u16string_view section) = 0;
 };
 
 } // namespace ports

@@ -31,8 +31,18 @@ bool SameName(std::u16string_view a, std::u16string_view b) {
                       [](char16_t x, char16_t y) { return Folded(x) == Folded(y); });
 }
 
-std::optional<std::u16string> FindValue(const std::u16string& text, std::u16string_view section,
-                                        std::u16string_view key) {
+std::u16string_view Unquoted(std::u16string_view value) {
+    if (value.size() >= 2 && value.front() == value.back() &&
+        (value.front() == u'"' || value.front() == u'\'')) {
+        return value.substr(1, value.size() - 2);
+    }
+    return value;
+}
+
+// Calls visit(name, value) for each "name=value" line of every section named section, in file
+// order, until it returns true.
+template <typename Visit>
+void VisitSection(const std::u16string& text, std::u16string_view section, Visit&& visit) {
     bool inSection = false;
     std::size_t start = 0;
     while (start <= text.size()) {
@@ -50,18 +60,19 @@ std::optional<std::u16string> FindValue(const std::u16string& text, std::u16stri
             continue;
         }
         const std::size_t equals = line.find(u'=');
-        if (!inSection || equals == std::u16string_view::npos ||
-            !SameName(Trimmed(line.substr(0, equals)), Trimmed(key))) {
-            continue;
+        if (inSection && equals != std::u16string_view::npos &&
+            visit(Trimmed(line.substr(0, equals)), Unquoted(Trimmed(line.substr(equals + 1))))) {
+            return;
         }
-        std::u16string_view value = Trimmed(line.substr(equals + 1));
-        if (value.size() >= 2 && value.front() == value.back() &&
-            (value.front() == u'"' || value.front() == u'\'')) {
-            value = value.substr(1, value.size() - 2);
-        }
-        return std::u16string(value);
     }
-    return std::nullopt;
+}
+
+std::optional<std::u16string> FileText(MemoryFiles& files, const std::u16string& path) {
+    const auto bytes = files.Contents(path);
+    if (!bytes) {
+        return std::nullopt;
+    }
+    return std::u16string(bytes->begin(), bytes->end());
 }
 
 } // namespace
@@ -73,13 +84,30 @@ std::u16string MemoryProfileStrings::Read(const std::u16string& path, std::u16st
     if (capacity == 0) {
         return {};
     }
-    std::optional<std::u16string> value;
-    if (const auto bytes = files_.Contents(path)) {
-        value = FindValue(std::u16string(bytes->begin(), bytes->end()), section, key);
+    std::u16string result(defaultText);
+    if (const auto text = FileText(files_, path)) {
+        VisitSection(*text, section, [&](std::u16string_view name, std::u16string_view value) {
+            if (!SameName(name, Trimmed(key))) {
+                return false;
+            }
+            result = value;
+            return true;
+        });
     }
-    std::u16string result = value ? *value : std::u16string(defaultText);
     result.resize(std::min(result.size(), capacity - 1));
     return result;
+}
+
+std::vector<std::u16string> MemoryProfileStrings::KeyNames(const std::u16string& path,
+                                                           std::u16string_view section) {
+    std::vector<std::u16string> names;
+    if (const auto text = FileText(files_, path)) {
+        VisitSection(*text, section, [&](std::u16string_view name, std::u16string_view) {
+            names.emplace_back(name);
+            return false;
+        });
+    }
+    return names;
 }
 
 } // namespace sim

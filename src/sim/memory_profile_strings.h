@@ -4,6 +4,7 @@
 #include "sim/memory_files.h"
 
 #include <atomic>
+#include <vector>
 
 namespace sim {
 
@@ -18,6 +19,9 @@ public:
     std::u16string Read(const std::u16string& path, std::u16string_view section,
                         std::u16string_view key, std::u16string_view defaultText,
                         std::size_t capacity) override;
+
+    std::vector<std::u16string> KeyNames(const std::u16string& path,
+                                         std::u16string_view section) override;
 
     int Reads() const { return reads_; }
 

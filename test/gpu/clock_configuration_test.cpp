@@ -201,6 +201,35 @@ TEST_F(ClockConfigurationTest, rows_past_the_bound_are_not_read) {
     EXPECT_EQ(machine.profiles.Reads() - before, 8);
 }
 
+TEST_F(ClockConfigurationTest, a_huge_count_reads_only_the_rows_the_file_lists) {
+    Table("[Main]\nCount=9999999\n1=2820\n7=25A0\n[25A0]\nNV Base=1200\nVRAM OC=9999999\n");
+    const int before = machine.profiles.Reads();
+    Load();
+    EXPECT_EQ(Clocks().Base, 1200u);
+    // Count, rows 1 and 7, and the six values of the match.
+    EXPECT_EQ(machine.profiles.Reads() - before, 9);
+}
+
+TEST_F(ClockConfigurationTest, rows_are_visited_in_order_whatever_the_file_order) {
+    Table("[Main]\nCount=3\n3=25A0\n1=25A0\n[25A0]\nNV Base=1200\nVRAM OC=0\n");
+    Load();
+    // The match at row 1 sets the bound to 0, so row 3 is never reached.
+    const auto lines = machine.host.LinesAt(6);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "NV Base Frequency - 1200MHz"), 1);
+}
+
+TEST_F(ClockConfigurationTest, a_row_written_otherwise_than_as_a_plain_number_is_not_a_row) {
+    Table("[Main]\nCount=2\n01=25A0\n+2=25A0\n[25A0]\nNV Base=1200\n");
+    Load();
+    EXPECT_EQ(Clocks(), GpuClocks{});
+}
+
+TEST_F(ClockConfigurationTest, an_id_equal_to_the_default_text_matches_unlisted_rows) {
+    Table("[Main]\nCount=1\n[0]\nNV Base=700\nVRAM OC=0\n");
+    Load(u"0");
+    EXPECT_EQ(Clocks().Base, 700u);
+}
+
 TEST_F(ClockConfigurationTest, the_device_id_is_compared_with_its_case) {
     Table("[Main]\nCount=1\n1=25a0\n[25a0]\nNV Base=1200\n");
     Load();

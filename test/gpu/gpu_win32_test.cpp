@@ -192,6 +192,30 @@ TEST_F(GpuWin32Test, profile_values_land_in_a_buffer_of_eight_characters_with_de
     EXPECT_EQ(profiles.Read(u"C:\\no\\such.ini", u"Main", u"Count", u"0", 8), u"0");
 }
 
+TEST_F(GpuWin32Test, profile_key_names_list_a_section_in_file_order) {
+    const std::u16string file = gpu_test::TestFolder() + u"\\profile_keys.ini";
+    gpu_test::WriteProfileValue(file, u"Main", nullptr, nullptr);
+    gpu_test::WriteProfileValue(file, u"Main", u"Count", u"2");
+    gpu_test::WriteProfileValue(file, u"Main", u"2", u"28E0");
+    gpu_test::WriteProfileValue(file, u"Main", u"1", u"25A0");
+    win32::Win32ProfileStrings profiles;
+    EXPECT_EQ(profiles.KeyNames(file, u"main"),
+              (std::vector<std::u16string>{u"Count", u"2", u"1"}));
+    EXPECT_TRUE(profiles.KeyNames(file, u"None").empty());
+}
+
+TEST_F(GpuWin32Test, a_key_list_longer_than_the_first_buffer_is_read_whole) {
+    const std::u16string file = gpu_test::TestFolder() + u"\\profile_many_keys.ini";
+    gpu_test::WriteProfileValue(file, u"Main", nullptr, nullptr);
+    std::vector<std::u16string> expected;
+    for (int row = 1; row <= 400; ++row) {
+        const std::string narrow = std::to_string(row);
+        expected.emplace_back(narrow.begin(), narrow.end());
+        gpu_test::WriteProfileValue(file, u"Main", expected.back().c_str(), u"0");
+    }
+    EXPECT_EQ(win32::Win32ProfileStrings{}.KeyNames(file, u"Main"), expected);
+}
+
 // The whole GPU clock flow on Win32: the stand-in helper copies the ".enc" to the ".ini", which is
 // read through GetPrivateProfileStringW and deleted.
 class GpuClockFlowWin32Test : public GpuWin32Test {

@@ -47,6 +47,13 @@ TEST_F(MemoryProfileStringsTest, the_first_occurrence_of_a_key_counts) {
     EXPECT_EQ(Read(u"Main", u"1"), u"25A0");
 }
 
+TEST_F(MemoryProfileStringsTest, key_names_are_listed_in_file_order) {
+    files.Put(kIni, "[Main]\n 2 = a\n1=b\n[Other]\nx=1\n[MAIN]\n3=c\n");
+    EXPECT_EQ(profiles.KeyNames(kIni, u"main"), (std::vector<std::u16string>{u"2", u"1", u"3"}));
+    EXPECT_TRUE(profiles.KeyNames(kIni, u"None").empty());
+    EXPECT_TRUE(profiles.KeyNames(u"missing.ini", u"Main").empty());
+}
+
 TEST(FakeEncryptHelperTest, decrypt_aes_writes_the_set_plain_text_to_the_plain_path) {
     sim::MemoryFiles files;
     sim::FakeEncryptHelper helper(files);
