@@ -116,7 +116,7 @@ struct GpuInformation::MonitorReadings {
 };
 
 GpuInformation::GpuInformation(BaseOrvexPlugin& plugin, Machine machine,
-                               const FanLevels& fanAcoustic)
+                               const FanAcoustic& fanAcoustic)
     : m_plugin(plugin), m_machine(machine), m_fanAcoustic(fanAcoustic),
       m_clocks(plugin, machine.Clocks) {}
 
@@ -352,7 +352,7 @@ void GpuInformation::WriteFanKeys(MonitorReadings& readings, ValueSet& answer) {
     answer.SetInt32(kKeyFanSpeed, static_cast<int32_t>(readings.GpuFan));
     if (m_fanAcoustic.IsLoaded()) {
         double level = 0.0;
-        m_fanAcoustic.Lookup(FanLevels::kGpuFan, static_cast<int32_t>(readings.GpuFan), level);
+        m_fanAcoustic.Lookup(kGpuFan, static_cast<int32_t>(readings.GpuFan), level);
         answer.SetDouble(kKeyFanAcoustic, level);
     }
     if (ravik && m_nEGPUState == kEgpuDocked) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gpu/fan_levels.h"
+#include "gpu/fan_acoustic.h"
 #include "gpu/gpu_clock_configuration.h"
 #include "ports/display_adapters.h"
 #include "ports/docking_controller.h"
@@ -32,6 +32,8 @@ public:
     static constexpr uint8_t kProductLineRavik = 1;
     // The product line before the platform has told it.
     static constexpr uint8_t kProductLineUnknown = 128;
+    // The fan acoustic table's GPU fan (any fan but the CPU's).
+    static constexpr int32_t kGpuFan = 1;
 
     struct Machine {
         ports::DisplayAdapterController& Adapters;
@@ -41,7 +43,7 @@ public:
     };
 
     // plugin logs, answers host queries and is the owner handed to the dock library.
-    GpuInformation(BaseOrvexPlugin& plugin, Machine machine, const FanLevels& fanAcoustic);
+    GpuInformation(BaseOrvexPlugin& plugin, Machine machine, const FanAcoustic& fanAcoustic);
 
     void SetProductLine(uint8_t productLine) { m_nProductLine = productLine; }
     // The firmware's ACPI device the BIOS method runs on; null while there is none.
@@ -79,7 +81,7 @@ private:
 
     BaseOrvexPlugin& m_plugin;
     Machine m_machine;
-    const FanLevels& m_fanAcoustic;
+    const FanAcoustic& m_fanAcoustic;
     GpuClockConfiguration m_clocks;
     std::atomic<uint8_t> m_nProductLine{kProductLineUnknown};
     std::atomic<uint32_t> m_nEGPUState{kEgpuNotProbed};

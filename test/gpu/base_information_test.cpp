@@ -186,7 +186,7 @@ TEST_F(BaseInformationTest, other_product_lines_never_ask_the_firmware_or_the_do
 }
 
 TEST_F(BaseInformationTest, fan_acoustic_support_follows_the_loaded_table) {
-    machine.fanLevels.loaded = true;
+    machine.LoadFanTable({{1000, 20.0}}, {{1500, 25.0}});
     EXPECT_EQ(Base().GetInt32("IsSupportFanAcoustic"), 1);
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "fake_host.h"
-#include "gpu/fan_levels.h"
+#include "gpu/fan_acoustic.h"
+#include "gpu/fan_acoustic_file.h"
+#include "gpu/fan_acoustic_key.h"
 #include "gpu/gpu_information.h"
 #include "ms_printf.h"
 #include "plugin_frame/value_set.h"
@@ -12,7 +14,9 @@
 #include "sim/memory_files.h"
 #include "sim/memory_profile_strings.h"
 #include "test_plugin.h"
+#include "tree_crypto.h"
 
+#include <gtest/gtest.h>
 #include <map>
 #include <string>
 #include <utility>
@@ -22,25 +26,6 @@ namespace gpu_test {
 
 using VelmorValueSet::Kind;
 using VelmorValueSet::ValueSet;
-
-// A fan acoustic table whose levels the test sets; remembers every lookup.
-class FakeFanLevels final : public gpu::FanLevels {
-public:
-    bool IsLoaded() const override { return loaded; }
-    int32_t Lookup(int32_t fan, int32_t rpm, double& level) const override {
-        lookups.emplace_back(fan, rpm);
-        if (!loaded || rpm < 0) {
-            return 0;
-        }
-        const auto found = levels.find(rpm);
-        level = found != levels.end() ? found->second : -1.0;
-        return 1;
-    }
-
-    bool loaded = false;
-    std::map<int32_t, double> levels;
-    mutable std::vector<std::pair<int32_t, int32_t>> lookups;
-};
 
 // The plain clock table of the model "GE78" in the common application-data folder.
 inline const std::u16string kEncipheredPath =
@@ -54,7 +39,8 @@ class GpuMachine {
 public:
     GpuMachine()
         : plugin(new TestPlugin(0, host.Heap())), encrypt(files), profiles(files),
-          gpu(*plugin, {adapters, dock, helper, {encrypt, profiles, files, files}}, fanLevels) {
+          fanAcoustic(test::TreeCrypto(), files, files),
+          gpu(*plugin, {adapters, dock, helper, {encrypt, profiles, files, files}}, fanAcoustic) {
         host.Install(*plugin);
         host.answer = [this](const FakeHost::SentRequest& request, ValueSet& answer) {
             return Answer(request, answer);
@@ -71,6 +57,17 @@ public:
         }
         found->second(answer);
         return 0;
+    }
+
+    // Loads a fan acoustic table of the model "GE78" with these points.
+    void LoadFanTable(std::vector<gpu::FanPoint> cpuPoints, std::vector<gpu::FanPoint> gpuPoints) {
+        const auto cipher =
+            test::TreeCrypto().NewAesCipher(gpu::kFanAcousticKey, gpu::kFanAcousticVector);
+        const auto ciphertext = cipher->Encrypt(gpu::WriteFanPoints(cpuPoints, gpuPoints));
+        ASSERT_TRUE(ciphertext.has_value());
+        files.Put(gpu::FanAcoustic::FilePath(u"C:\\ProgramData", u"GE78"),
+                  gpu::FanAcousticFile(gpu::kFanAcousticVector, *ciphertext));
+        ASSERT_EQ(fanAcoustic.Load(u"GE78"), 1);
     }
 
     std::vector<std::string> Logs() const {
@@ -104,7 +101,7 @@ public:
     sim::MemoryFiles files;
     sim::FakeEncryptHelper encrypt;
     sim::MemoryProfileStrings profiles;
-    FakeFanLevels fanLevels;
+    gpu::FanAcoustic fanAcoustic;
     gpu::GpuInformation gpu;
 };
 

@@ -1,17 +1,19 @@
 // The GPU pages on the Win32 bindings under Wine: the stand-in maker libraries beside this test
 // answer from the scenario file the test writes.
 #include "fake_host.h"
+#include "gpu/fan_acoustic.h"
 #include "gpu/gpu_information.h"
 #include "ms_printf.h"
 #include "plugin_frame/value_set.h"
 #include "ports/helper_library.h"
 #include "standin_scenario.h"
 #include "test_plugin.h"
+#include "tree_crypto.h"
 #include "win32/win32_display_adapters.h"
 #include "win32/win32_docking_controller.h"
 #include "win32/win32_encrypt_helper.h"
+#include "win32/win32_files.h"
 #include "win32/win32_profile_strings.h"
-#include "win32_test_files.h"
 
 #include <filesystem>
 #include <fstream>
@@ -41,12 +43,6 @@ public:
                                                           uint32_t) override {
         return std::nullopt;
     }
-};
-
-class NoFanLevels final : public gpu::FanLevels {
-public:
-    bool IsLoaded() const override { return false; }
-    int32_t Lookup(int32_t, int32_t, double&) const override { return 0; }
 };
 
 class GpuWin32Test : public ::testing::Test {
@@ -221,16 +217,16 @@ TEST_F(GpuWin32Test, a_key_list_longer_than_the_first_buffer_is_read_whole) {
 class GpuClockFlowWin32Test : public GpuWin32Test {
 protected:
     GpuClockFlowWin32Test()
-        : plugin(new TestPlugin(0, host.Heap())),
-          gpu(*plugin, {adapters, dock, helper, {encrypt, profiles, files, files}}, fanLevels) {
+        : plugin(new TestPlugin(0, host.Heap())), fanAcoustic(test::TreeCrypto(), files, folders),
+          gpu(*plugin, {adapters, dock, helper, {encrypt, profiles, files, folders}}, fanAcoustic) {
         host.Install(*plugin);
         host.answer = [](const FakeHost::SentRequest&, ValueSet& answer) {
             answer.SetString("ModelName", u"WineGpuFlow");
             answer.SetString("MarketingName", u"Wine GPU Flow");
             return HRESULT{0};
         };
-        folder =
-            std::filesystem::path(*files.CommonAppData()) / u"Velmor" / u"QUILLON Config" / u"Data";
+        folder = std::filesystem::path(*folders.CommonAppData()) / u"Velmor" / u"QUILLON Config" /
+                 u"Data";
         std::filesystem::create_directories(folder);
         enciphered = folder / u"Quillon_Config.VgaOc.WineGpuFlow.enc";
         plain = folder / u"Quillon_Config.VgaOc.WineGpuFlow.ini";
@@ -250,8 +246,9 @@ protected:
     NoHelperLibrary helper;
     win32::Win32EncryptHelper encrypt;
     win32::Win32ProfileStrings profiles;
-    gpu_test::Win32TestFiles files;
-    NoFanLevels fanLevels;
+    win32::Win32Files files;
+    win32::Win32Folders folders;
+    gpu::FanAcoustic fanAcoustic;
     gpu::GpuInformation gpu;
     std::filesystem::path folder;
     std::filesystem::path enciphered;

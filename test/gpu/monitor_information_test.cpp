@@ -207,25 +207,32 @@ TEST_F(MonitorInformationTest, product_line_1_logs_the_bios_line_also_without_th
 }
 
 TEST_F(MonitorInformationTest, no_fan_acoustic_table_writes_no_fan_acoustic_key) {
+    EXPECT_FALSE(machine.fanAcoustic.IsLoaded());
     EXPECT_FALSE(Monitor().Contains("GPUFanAcoustic"));
-    EXPECT_TRUE(machine.fanLevels.lookups.empty());
 }
 
 TEST_F(MonitorInformationTest, fan_acoustic_is_the_gpu_table_level_of_the_fan_speed) {
-    machine.fanLevels.loaded = true;
-    machine.fanLevels.levels = {{3100, 41.5}};
+    // 3100 rpm lies a tenth of the way from 3000 (40.0) to 4000 (50.0) on the GPU table.
+    machine.LoadFanTable({{3100, 99.0}}, {{1500, 25.0}, {3000, 40.0}, {4000, 50.0}});
     const ValueSet answer = Monitor();
     EXPECT_EQ(answer.Find("GPUFanAcoustic")->GetKind(), Kind::Double);
-    EXPECT_EQ(answer.GetDouble("GPUFanAcoustic"), 41.5);
-    EXPECT_THAT(machine.fanLevels.lookups, ElementsAre(std::pair{1, 3100}));
+    EXPECT_DOUBLE_EQ(answer.GetDouble("GPUFanAcoustic"), 41.0);
 }
 
 TEST_F(MonitorInformationTest, fan_acoustic_without_a_fan_reading_is_the_level_for_0_rpm) {
-    machine.fanLevels.loaded = true;
-    machine.fanLevels.levels = {{0, 0.0}};
+    machine.LoadFanTable({}, {{0, 12.5}, {3000, 40.0}});
     machine.adapters.Change([](auto& answers) { answers.Device->Type = 2; });
-    EXPECT_EQ(Monitor().GetDouble("GPUFanAcoustic"), 0.0);
-    EXPECT_THAT(machine.fanLevels.lookups, ElementsAre(std::pair{1, 0}));
+    const ValueSet answer = Monitor();
+    EXPECT_EQ(answer.GetInt32("GPUFanSpeed"), 0);
+    EXPECT_EQ(answer.GetDouble("GPUFanAcoustic"), 12.5);
+}
+
+TEST_F(MonitorInformationTest, fan_acoustic_follows_the_bios_fan_on_product_line_1) {
+    machine.LoadFanTable({}, {{2000, 30.0}, {3000, 40.0}});
+    machine.gpu.SetProductLine(1);
+    machine.gpu.SetAcpiDevice(&acpiDevice);
+    machine.Firmware(0x19); // 2500 rpm
+    EXPECT_DOUBLE_EQ(Monitor().GetDouble("GPUFanAcoustic"), 35.0);
 }
 
 TEST_F(MonitorInformationTest, docked_external_gpu_reports_the_dock_fan) {
