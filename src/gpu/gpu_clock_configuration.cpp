@@ -141,10 +141,11 @@ GpuClockConfiguration::Paths GpuClockConfiguration::ModelPaths(const std::u16str
 
 // The helper's result means nothing: only a plain file that exists afterwards counts.
 bool GpuClockConfiguration::PlainFileWritten(const Paths& paths) {
-    if (!m_machine.Files.Exists(paths.Enciphered) || m_pfnDecryptAES == nullptr) {
+    ports::DecryptAesEntry* const decryptAes = m_pfnDecryptAES;
+    if (!m_machine.Files.Exists(paths.Enciphered) || decryptAes == nullptr) {
         return false;
     }
-    (*m_pfnDecryptAES)(paths.Enciphered, paths.Plain);
+    (*decryptAes)(paths.Enciphered, paths.Plain);
     return m_machine.Files.Exists(paths.Plain);
 }
 

@@ -4,6 +4,7 @@
 #include "ports/files.h"
 #include "ports/profile_strings.h"
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -78,7 +79,7 @@ private:
 
     BaseOrvexPlugin& m_plugin;
     Machine m_machine;
-    ports::DecryptAesEntry* m_pfnDecryptAES = nullptr;
+    std::atomic<ports::DecryptAesEntry*> m_pfnDecryptAES{nullptr};
     mutable std::mutex m_clocksLock;
     GpuClocks m_clocks;
 };

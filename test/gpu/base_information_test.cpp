@@ -1,7 +1,9 @@
 #include "gpu_machine.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -264,6 +266,27 @@ TEST_F(BaseInformationTest, egpu_fan_support_needs_product_line_1) {
     Base();
     machine.gpu.SetProductLine(2);
     EXPECT_EQ(Base().GetInt32("IsSupportEGPUFan"), 0);
+}
+
+TEST_F(BaseInformationTest, device_changes_on_another_thread_only_make_the_dock_probed_again) {
+    ProductLineRavik();
+    DockAnswers(0, adapterId, 0, std::nullopt);
+    std::atomic<bool> done{false};
+    std::thread changes([&] {
+        while (!done) {
+            machine.gpu.ResetEGPUState();
+            std::this_thread::yield();
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        Base();
+    }
+    done = true;
+    changes.join();
+    EXPECT_GE(machine.dock.Initializes(), 1);
+    EXPECT_EQ(machine.dock.Initializes(), machine.dock.Uninitializes());
+    machine.gpu.ResetEGPUState();
+    EXPECT_EQ(Base().GetInt32("IsSupportEGPUFan"), 1);
 }
 
 } // namespace
