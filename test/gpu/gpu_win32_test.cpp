@@ -212,6 +212,51 @@ TEST_F(GpuWin32Test, a_key_list_longer_than_the_first_buffer_is_read_whole) {
     EXPECT_EQ(win32::Win32ProfileStrings{}.KeyNames(file, u"Main"), expected);
 }
 
+// Moves a stand-in out of the test's folder for the scope, as if the maker had not installed it.
+class MissingLibrary {
+public:
+    explicit MissingLibrary(const char16_t* fileName)
+        : m_path(std::filesystem::path(gpu_test::TestFolder()) / fileName),
+          m_away(m_path.string() + ".away") {
+        std::filesystem::rename(m_path, m_away);
+    }
+    ~MissingLibrary() { std::filesystem::rename(m_away, m_path); }
+    MissingLibrary(const MissingLibrary&) = delete;
+    MissingLibrary& operator=(const MissingLibrary&) = delete;
+
+private:
+    std::filesystem::path m_path;
+    std::filesystem::path m_away;
+};
+
+TEST(GpuWin32MissingLibraryTest, missing_libraries_leave_their_sources_absent) {
+    {
+        const MissingLibrary missing(u"GPUControlLibrary.dll");
+        win32::Win32DisplayAdapters adapters;
+        EXPECT_NE(adapters.LoadError(), 0u);
+        EXPECT_EQ(adapters.CreateDevice(), std::nullopt);
+        EXPECT_EQ(adapters.Initialize(nullptr, nullptr), std::nullopt);
+    }
+    {
+        const MissingLibrary missing(u"ExternalGPUConfigHelper.dll");
+        win32::Win32DockingController dock;
+        EXPECT_NE(dock.LoadError(), 0u);
+        EXPECT_EQ(dock.GetEGPUID(), std::nullopt);
+        EXPECT_EQ(dock.GetFanSpeed(), std::nullopt);
+    }
+}
+
+TEST(GpuWin32MissingLibraryTest, the_encryption_helper_is_tried_again_until_it_loads) {
+    win32::Win32EncryptHelper encrypt;
+    {
+        const MissingLibrary missing(u"VelmorEncryptHelper.dll");
+        EXPECT_EQ(encrypt.Load(), std::nullopt);
+    }
+    const auto entry = encrypt.Load();
+    ASSERT_TRUE(entry.has_value());
+    EXPECT_NE(*entry, nullptr);
+}
+
 // The whole GPU clock flow on Win32: the stand-in helper copies the ".enc" to the ".ini", which is
 // read through GetPrivateProfileStringW and deleted.
 class GpuClockFlowWin32Test : public GpuWin32Test {
