@@ -1,10 +1,9 @@
 #include "rml/rml_output.h"
 
-#include <charconv>
+#include "common/tool_text.h"
+
 #include <cmath>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <ostream>
 #include <vector>
@@ -16,37 +15,14 @@ constexpr std::string_view kUsage =
     "       rml csv FILE      print the records as CSV\n"
     "       rml json FILE     print the header and records as JSON\n";
 
-// Shortest text that reads back as the same double; every NaN prints as "nan", whatever its sign.
-std::string Number(double value) {
-    if (std::isnan(value)) {
-        return "nan";
-    }
-    char text[32];
-    const auto result = std::to_chars(std::begin(text), std::end(text), value);
-    return {text, result.ptr};
-}
-
 std::string JsonNumber(double value) {
-    return std::isfinite(value) ? Number(value) : "null";
+    return std::isfinite(value) ? ShortestNumber(value) : "null";
 }
 
 std::string Hex(uint32_t id) {
     char text[11];
     std::snprintf(text, sizeof text, "0x%08X", id);
     return text;
-}
-
-std::optional<std::vector<uint8_t>> ReadFileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file),
-                               std::istreambuf_iterator<char>()};
-    if (file.bad()) {
-        return std::nullopt;
-    }
-    return bytes;
 }
 
 } // namespace
@@ -63,7 +39,7 @@ std::string FormatRmlHeader(const RmlLog& log) {
                        "items: " + std::to_string(log.items.size()) + "\n";
     for (const RecordItemInfo& item : log.items) {
         text += "  " + Hex(item.id) + " " + ItemColumnName(item.id) + ": maximum " +
-                Number(item.maximum) + ", minimum " + Number(item.minimum) + "\n";
+                ShortestNumber(item.maximum) + ", minimum " + ShortestNumber(item.minimum) + "\n";
     }
     return text;
 }
@@ -76,7 +52,7 @@ std::string FormatRmlCsv(const RmlLog& log) {
     text += "\n";
     for (const RecordValues& record : log.records) {
         for (std::size_t i = 0; i < record.size(); ++i) {
-            text += (i == 0 ? "" : ",") + Number(record[i]);
+            text += (i == 0 ? "" : ",") + ShortestNumber(record[i]);
         }
         text += "\n";
     }
