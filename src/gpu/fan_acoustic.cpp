@@ -64,10 +64,11 @@ int32_t FanAcoustic::Lookup(int32_t fan, int32_t rpm, double& level) const {
     const auto above = curve.lower_bound(rpm);
     if (above == curve.end()) {
         level = curve.rbegin()->second;
-    } else if (above->first == rpm || above == curve.begin()) {
+    } else if (above->first == rpm) {
         level = above->second;
     } else {
-        // The point at 0 rpm is always there, so r1 >= 0 and neither difference overflows.
+        // Every curve holds a point at 0 rpm and rpm >= 0, so a point lies below this one, at
+        // r1 >= 0: neither difference overflows.
         const auto [r1, l1] = *std::prev(above);
         const auto [r2, l2] = *above;
         level = l1 + static_cast<double>(rpm - r1) * (l2 - l1) / static_cast<double>(r2 - r1);
