@@ -14,7 +14,7 @@
 #include "sim/memory_files.h"
 #include "sim/memory_profile_strings.h"
 #include "test_plugin.h"
-#include "tree_crypto.h"
+#include "fanacoustic/tree_crypto.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -39,7 +39,7 @@ class GpuMachine {
 public:
     GpuMachine()
         : plugin(new TestPlugin(0, host.Heap())), encrypt(files), profiles(files),
-          fanAcoustic(test::TreeCrypto(), files, files),
+          fanAcoustic(TreeCrypto(), files, files),
           gpu(*plugin, {adapters, dock, helper, {encrypt, profiles, files, files}}, fanAcoustic) {
         host.Install(*plugin);
         host.answer = [this](const FakeHost::SentRequest& request, ValueSet& answer) {
@@ -62,7 +62,7 @@ public:
     // Loads a fan acoustic table of the model "GE78" with these points.
     void LoadFanTable(std::vector<gpu::FanPoint> cpuPoints, std::vector<gpu::FanPoint> gpuPoints) {
         const auto cipher =
-            test::TreeCrypto().NewAesCipher(gpu::kFanAcousticKey, gpu::kFanAcousticVector);
+            TreeCrypto().NewAesCipher(gpu::kFanAcousticKey, gpu::kFanAcousticVector);
         const auto ciphertext = cipher->Encrypt(gpu::WriteFanPoints(cpuPoints, gpuPoints));
         ASSERT_TRUE(ciphertext.has_value());
         files.Put(gpu::FanAcoustic::FilePath(u"C:\\ProgramData", u"GE78"),

@@ -8,7 +8,7 @@
 #include "ports/helper_library.h"
 #include "standin_scenario.h"
 #include "test_plugin.h"
-#include "tree_crypto.h"
+#include "fanacoustic/tree_crypto.h"
 #include "win32/win32_display_adapters.h"
 #include "win32/win32_docking_controller.h"
 #include "win32/win32_encrypt_helper.h"
@@ -262,7 +262,7 @@ TEST(GpuWin32MissingLibraryTest, the_encryption_helper_is_tried_again_until_it_l
 class GpuClockFlowWin32Test : public GpuWin32Test {
 protected:
     GpuClockFlowWin32Test()
-        : plugin(new TestPlugin(0, host.Heap())), fanAcoustic(test::TreeCrypto(), files, folders),
+        : plugin(new TestPlugin(0, host.Heap())), fanAcoustic(TreeCrypto(), files, folders),
           gpu(*plugin, {adapters, dock, helper, {encrypt, profiles, files, folders}}, fanAcoustic) {
         host.Install(*plugin);
         host.answer = [](const FakeHost::SentRequest&, ValueSet& answer) {
