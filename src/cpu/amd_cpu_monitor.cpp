@@ -173,22 +173,18 @@ std::optional<CoreStatus> AmdCpuMonitor::RefreshStatus() {
 void AmdCpuMonitor::GetAMDCPUMonitorInformation(CpuReadings* reader, uint32_t cpuFanSpeed,
                                                 ValueSet& answer) {
     m_plugin.Log(LogLevel::kTrace, kLogBegin);
-    ValueSet unwritable;
-    ValueSet* core0 = WriteFixedCpuEntries(answer, kAmdMaxima, cpuFanSpeed);
-    ValueSet& core = core0 != nullptr ? *core0 : unwritable;
-
-    int32_t frequency = 0;
-    double usage = 0.0;
+    ValueSet& core = WriteFixedCpuEntries(answer, kAmdMaxima, cpuFanSpeed);
     if (reader == nullptr) {
         m_plugin.Log(LogLevel::kFailure, kLogNoReader);
-        WriteSdkClockAndUsage(frequency, usage, core);
+        WriteSdkClockAndUsage({}, core);
     } else {
+        const ReaderClockAndUsage fromReader = WriteReaderClockAndUsage(*reader, answer, core);
         // A missing "GetCPUStatus" for temperature or voltage ends the answer where it stands.
-        if (!WriteReaderValues(*reader, answer, core, frequency, usage)) {
+        if (!WriteTemperatureAndVoltage(*reader, core)) {
             return;
         }
-        if (frequency == 0 || usage == 0.0) {
-            WriteSdkClockAndUsage(frequency, usage, core);
+        if (!fromReader.Complete()) {
+            WriteSdkClockAndUsage(fromReader, core);
         }
     }
     WriteCpuFanAcoustic(answer, m_acoustic, cpuFanSpeed);
@@ -196,15 +192,7 @@ void AmdCpuMonitor::GetAMDCPUMonitorInformation(CpuReadings* reader, uint32_t cp
     m_plugin.Log(LogLevel::kTrace, kLogEnd);
 }
 
-bool AmdCpuMonitor::WriteReaderValues(CpuReadings& reader, ValueSet& answer, ValueSet& core,
-                                      int32_t& frequency, double& usage) {
-    reader.CollectQueryData();
-    answer.SetInt32(key::kMemoryFrequency, static_cast<int32_t>(reader.GetMemoryClockSpeed()));
-    frequency = TruncateToInt32(reader.GetFrequency());
-    core.SetInt32(key::kProcessorFrequency, frequency);
-    usage = reader.GetUtilization();
-    core.SetDouble(key::kUsage, usage);
-
+bool AmdCpuMonitor::WriteTemperatureAndVoltage(CpuReadings& reader, ValueSet& core) {
     std::optional<CoreStatus> status; // refreshed at most once per answer
     if (reader.GetTemperature() != 0) {
         core.SetInt32(key::kTemperature, static_cast<int16_t>(reader.GetTemperature()));
@@ -236,7 +224,7 @@ bool AmdCpuMonitor::WriteReaderValues(CpuReadings& reader, ValueSet& answer, Val
     return true;
 }
 
-void AmdCpuMonitor::WriteSdkClockAndUsage(int32_t frequency, double usage, ValueSet& core) {
+void AmdCpuMonitor::WriteSdkClockAndUsage(const ReaderClockAndUsage& fromReader, ValueSet& core) {
     m_plugin.Log(LogLevel::kTrace, kLogSdkBegin);
     if (!EnsureAMDSDKMonitor()) {
         m_plugin.Log(LogLevel::kFailure, kLogEnsureFailed);
@@ -247,11 +235,11 @@ void AmdCpuMonitor::WriteSdkClockAndUsage(int32_t frequency, double usage, Value
         m_plugin.Log(LogLevel::kTrace, kLogNoStatus);
         return;
     }
-    if (frequency == 0) {
+    if (fromReader.Frequency == 0) {
         m_plugin.Log(LogLevel::kTrace, kLogSdkFrequency, status->ClockMhz);
         core.SetInt32(key::kProcessorFrequency, AbsoluteClock(status->ClockMhz));
     }
-    if (usage != 0.0) {
+    if (fromReader.Usage != 0.0) {
         return;
     }
     const auto percent = static_cast<double>(status->UsagePercent);

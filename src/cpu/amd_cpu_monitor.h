@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cpu/amd_status_block.h"
+#include "cpu/cpu_answer.h"
 #include "cpu/cpu_readings.h"
 #include "cpu/fan_acoustic_lookup.h"
 #include "cpu/memory_integrity_notice.h"
@@ -70,10 +71,12 @@ private:
     // Core 0 of a freshly filled status block; nullopt when the module or "GetCPUStatus" is
     // missing.
     std::optional<CoreStatus> RefreshStatus();
-    // The SDK fallback for clock and utilisation.
-    void WriteSdkClockAndUsage(int32_t frequency, double usage, VelmorValueSet::ValueSet& core);
-    bool WriteReaderValues(CpuReadings& reader, VelmorValueSet::ValueSet& answer,
-                           VelmorValueSet::ValueSet& core, int32_t& frequency, double& usage);
+    // Temperature and voltage from the reader or else the SDK; false when the SDK was needed and
+    // its "GetCPUStatus" is missing.
+    bool WriteTemperatureAndVoltage(CpuReadings& reader, VelmorValueSet::ValueSet& core);
+    // The SDK fallback for what the reader gave as 0.
+    void WriteSdkClockAndUsage(const ReaderClockAndUsage& fromReader,
+                               VelmorValueSet::ValueSet& core);
     std::u16string PluginPath(const char16_t* relativePath);
 
     BaseOrvexPlugin& m_plugin;

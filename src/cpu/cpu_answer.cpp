@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <new>
 
 namespace cpu {
 
@@ -15,7 +16,7 @@ int32_t TruncateToInt32(double value) {
     return static_cast<int32_t>(value);
 }
 
-ValueSet* WriteFixedCpuEntries(ValueSet& answer, const CpuGaugeMaxima& maxima,
+ValueSet& WriteFixedCpuEntries(ValueSet& answer, const CpuGaugeMaxima& maxima,
                                uint32_t cpuFanSpeed) {
     answer.SetInt32(key::kMaxProcessorFreq, maxima.ProcessorFreq);
     answer.SetInt32(key::kMaxMemoryFreq, maxima.MemoryFreq);
@@ -27,7 +28,23 @@ ValueSet* WriteFixedCpuEntries(ValueSet& answer, const CpuGaugeMaxima& maxima,
     answer.SetInt32(key::kFanSpeed, static_cast<int32_t>(cpuFanSpeed));
     // One core entry stands for the whole processor.
     answer.SetInt32(key::kCoreCount, 1);
-    return answer.CreateMap(key::kCore0);
+    ValueSet* core = answer.CreateMap(key::kCore0); // a short key: null only without memory
+    if (core == nullptr) {
+        throw std::bad_alloc();
+    }
+    return *core;
+}
+
+ReaderClockAndUsage WriteReaderClockAndUsage(CpuReadings& reader, ValueSet& answer,
+                                             ValueSet& core) {
+    reader.CollectQueryData();
+    answer.SetInt32(key::kMemoryFrequency, static_cast<int32_t>(reader.GetMemoryClockSpeed()));
+    ReaderClockAndUsage written;
+    written.Frequency = TruncateToInt32(reader.GetFrequency());
+    core.SetInt32(key::kProcessorFrequency, written.Frequency);
+    written.Usage = reader.GetUtilization();
+    core.SetDouble(key::kUsage, written.Usage);
+    return written;
 }
 
 void WriteCpuFanAcoustic(ValueSet& answer, FanAcousticLookup& acoustic, uint32_t cpuFanSpeed) {

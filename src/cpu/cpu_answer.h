@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cpu/cpu_readings.h"
 #include "cpu/fan_acoustic_lookup.h"
 #include "plugin_frame/value_set.h"
 
@@ -40,9 +41,23 @@ inline constexpr CpuGaugeMaxima kAmdMaxima{6000, 3000, 6000};
 int32_t TruncateToInt32(double value);
 
 // Writes the eight fixed entries, "MaxCPUProcessorFreq" to "CPUCoreCount", and returns the new
-// empty "Core0" map (null when it cannot be made).
-VelmorValueSet::ValueSet* WriteFixedCpuEntries(VelmorValueSet::ValueSet& answer,
+// empty "Core0" map. Throws std::bad_alloc when memory runs out.
+VelmorValueSet::ValueSet& WriteFixedCpuEntries(VelmorValueSet::ValueSet& answer,
                                                const CpuGaugeMaxima& maxima, uint32_t cpuFanSpeed);
+
+// The reader's clock and utilisation as written; a zero in either is filled by the vendor's
+// library.
+struct ReaderClockAndUsage {
+    int32_t Frequency = 0;
+    double Usage = 0.0;
+
+    bool Complete() const { return Frequency != 0 && Usage != 0.0; }
+};
+
+// Collects a new sample and writes "CPUMemoryFrequency" into the answer and "ProcessorFrequency"
+// and "Usage" into the core entry.
+ReaderClockAndUsage WriteReaderClockAndUsage(CpuReadings& reader, VelmorValueSet::ValueSet& answer,
+                                             VelmorValueSet::ValueSet& core);
 
 // Writes "CPUFanAcoustic" for the CPU fan at cpuFanSpeed when the table holds data.
 void WriteCpuFanAcoustic(VelmorValueSet::ValueSet& answer, FanAcousticLookup& acoustic,

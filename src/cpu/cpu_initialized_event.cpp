@@ -4,7 +4,7 @@ namespace cpu {
 
 std::unique_ptr<ports::Event> OpenCPUInitializedEvent(ports::KernelObjects& kernel) {
     static const std::u16string kName = u"CPUInitializedEvent";
-    auto opened = kernel.OpenEvent(kName);
+    auto opened = kernel.OpenExistingEvent(kName);
     if (opened.Handle || !opened.NotFound) {
         return std::move(opened.Handle);
     }

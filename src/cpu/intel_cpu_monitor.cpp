@@ -57,36 +57,26 @@ IntelCpuMonitor::IntelCpuMonitor(const IntelCpuMonitorPorts& ports, std::functio
 void IntelCpuMonitor::GetCPUMonitorInformation(CpuReadings* reader, uint32_t cpuFanSpeed,
                                                ValueSet& answer) {
     m_plugin.Log(LogLevel::kTrace, kLogBegin);
-    ValueSet unwritable;
-    ValueSet* core0 = WriteFixedCpuEntries(answer, kIntelMaxima, cpuFanSpeed);
-    ValueSet& core = core0 != nullptr ? *core0 : unwritable;
-
-    int32_t frequency = 0;
-    double usage = 0.0;
+    ValueSet& core = WriteFixedCpuEntries(answer, kIntelMaxima, cpuFanSpeed);
     if (reader == nullptr) {
         m_plugin.Log(LogLevel::kFailure, kLogNoReader);
-        WriteXtuClockAndUsage(frequency, usage, core);
+        WriteXtuClockAndUsage({}, core);
     } else {
-        reader->CollectQueryData();
-        answer.SetInt32(key::kMemoryFrequency, static_cast<int32_t>(reader->GetMemoryClockSpeed()));
-        frequency = TruncateToInt32(reader->GetFrequency());
-        core.SetInt32(key::kProcessorFrequency, frequency);
-        usage = reader->GetUtilization();
-        core.SetDouble(key::kUsage, usage);
-        WriteTemperature(reader, core);
-        WriteVoltage(reader, core);
-        if (frequency == 0 || usage == 0.0) {
-            WriteXtuClockAndUsage(frequency, usage, core);
+        const ReaderClockAndUsage fromReader = WriteReaderClockAndUsage(*reader, answer, core);
+        WriteTemperature(*reader, core);
+        WriteVoltage(*reader, core);
+        if (!fromReader.Complete()) {
+            WriteXtuClockAndUsage(fromReader, core);
         }
     }
     WriteCpuFanAcoustic(answer, m_acoustic, cpuFanSpeed);
     m_plugin.Log(LogLevel::kTrace, kLogEnd);
 }
 
-void IntelCpuMonitor::WriteTemperature(CpuReadings* reader, ValueSet& core) {
-    if (reader->GetTemperature() != 0) {
+void IntelCpuMonitor::WriteTemperature(CpuReadings& reader, ValueSet& core) {
+    if (reader.GetTemperature() != 0) {
         // The firmware's figure is a signed 16-bit number.
-        const auto temperature = static_cast<int16_t>(reader->GetTemperature());
+        const auto temperature = static_cast<int16_t>(reader.GetTemperature());
         m_plugin.Log(LogLevel::kTrace, kLogReaderTemperature, static_cast<int32_t>(temperature));
         core.SetInt32(key::kTemperature, temperature);
         return;
@@ -114,9 +104,9 @@ double IntelCpuMonitor::ReadXtuTemperature(ports::XtuWrapper& xtu) {
     return temperature;
 }
 
-void IntelCpuMonitor::WriteVoltage(CpuReadings* reader, ValueSet& core) {
-    if (reader->IsVoltageSupported(false)) {
-        const double voltage = reader->GetVoltage();
+void IntelCpuMonitor::WriteVoltage(CpuReadings& reader, ValueSet& core) {
+    if (reader.IsVoltageSupported(false)) {
+        const double voltage = reader.GetVoltage();
         m_plugin.Log(LogLevel::kTrace, kLogReaderVoltage, voltage);
         core.SetDouble(key::kVoltage, std::fabs(voltage));
         return;
@@ -145,19 +135,19 @@ double IntelCpuMonitor::ReadXtuVoltage(ports::XtuWrapper& xtu) {
 }
 
 // A later write of a key replaces the reader's zero clock or utilisation.
-void IntelCpuMonitor::WriteXtuClockAndUsage(int32_t frequency, double usage, ValueSet& core) {
+void IntelCpuMonitor::WriteXtuClockAndUsage(const ReaderClockAndUsage& fromReader, ValueSet& core) {
     const auto xtu = EnsuredXtu();
     if (!xtu) {
         m_plugin.Log(LogLevel::kFailure, kLogVoltageEnsureFailed);
         return;
     }
-    if (frequency == 0) {
+    if (fromReader.Frequency == 0) {
         const int32_t megahertz =
             TruncateToInt32(std::fabs(xtu->GetMonitorValue(kXtuProcessorClockGhz) * kPerKilo));
         m_plugin.Log(LogLevel::kTrace, kLogXtuFrequency, megahertz);
         core.SetInt32(key::kProcessorFrequency, megahertz);
     }
-    if (usage == 0.0) {
+    if (fromReader.Usage == 0.0) {
         const double percent = xtu->GetMonitorValue(kXtuUtilization);
         m_plugin.Log(LogLevel::kTrace, kLogXtuUsage, percent);
         core.SetDouble(key::kUsage, std::fabs(percent));

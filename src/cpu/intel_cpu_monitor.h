@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cpu/cpu_answer.h"
 #include "cpu/cpu_readings.h"
 #include "cpu/fan_acoustic_lookup.h"
 #include "cpu/xtu_delays.h"
@@ -60,9 +61,11 @@ private:
     std::shared_ptr<ports::XtuWrapper> Xtu() const;
     // The wrapper once its monitor runs; null (logged) when there is none.
     std::shared_ptr<ports::XtuWrapper> EnsuredXtu();
-    void WriteTemperature(CpuReadings* reader, VelmorValueSet::ValueSet& core);
-    void WriteVoltage(CpuReadings* reader, VelmorValueSet::ValueSet& core);
-    void WriteXtuClockAndUsage(int32_t frequency, double usage, VelmorValueSet::ValueSet& core);
+    void WriteTemperature(CpuReadings& reader, VelmorValueSet::ValueSet& core);
+    void WriteVoltage(CpuReadings& reader, VelmorValueSet::ValueSet& core);
+    // The XTU fallback for what the reader gave as 0.
+    void WriteXtuClockAndUsage(const ReaderClockAndUsage& fromReader,
+                               VelmorValueSet::ValueSet& core);
     double ReadXtuTemperature(ports::XtuWrapper& xtu);
     double ReadXtuVoltage(ports::XtuWrapper& xtu);
 

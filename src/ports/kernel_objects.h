@@ -30,7 +30,7 @@ public:
     virtual std::unique_ptr<Event> NewEvent(bool manualReset, bool initiallySet,
                                             const std::u16string& name = {}) = 0;
     // Opens the existing event `name` with full access (EVENT_ALL_ACCESS); never creates one.
-    virtual OpenedEvent OpenEvent(const std::u16string& name) = 0;
+    virtual OpenedEvent OpenExistingEvent(const std::u16string& name) = 0;
     virtual std::unique_ptr<Thread> StartThread(std::function<uint32_t()> body) = 0;
     virtual std::unique_ptr<CriticalSection> NewCriticalSection() = 0;
 

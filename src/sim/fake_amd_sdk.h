@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ports/amd_sdk.h"
+#include "sim/scripted_library.h"
 
 #include <algorithm>
 #include <map>
@@ -12,45 +13,36 @@
 
 namespace sim {
 
+struct AmdSdkAnswers {
+    // Files that load, by their path relative to the plug-in's folder.
+    std::vector<std::u16string> Files;
+    std::optional<int32_t> Init = 0;
+    std::optional<int32_t> Uninit = 0;
+    std::optional<int32_t> PhysicalCores = 8;
+    std::optional<uint32_t> MemoryFrequency = 0;
+    // GetCPUStatus's result; nullopt when the build lacks it.
+    std::optional<int32_t> Status = 0;
+    std::vector<uint8_t> StatusImage;
+};
+struct AmdSdkCalls {
+    std::vector<std::u16string> Loads;
+    int Freed = 0;
+    int Init = 0;
+    int Uninit = 0;
+    std::vector<uint32_t> StatusCoreCounts;
+    // The block as the SDK found it at its last GetCPUStatus.
+    std::vector<uint8_t> BlockSeen;
+};
+
 // The AMD SDK builds of a simulated laptop. Each entry answers what the test set; an empty
 // optional is an entry the build lacks. The status the SDK reports is a byte image copied into the
 // caller's block.
-class FakeAmdSdk final : public ports::AmdSdkLibraries {
+class FakeAmdSdk final : public ports::AmdSdkLibraries,
+                         public ScriptedLibrary<AmdSdkAnswers, AmdSdkCalls> {
 public:
     // ERROR_PROC_NOT_FOUND and ERROR_MOD_NOT_FOUND, as the system reports them.
     static constexpr uint32_t kEntryMissing = 127;
     static constexpr uint32_t kFileMissing = 126;
-
-    struct Answers {
-        // Files that load, by their path relative to the plug-in's folder.
-        std::vector<std::u16string> Files;
-        std::optional<int32_t> Init = 0;
-        std::optional<int32_t> Uninit = 0;
-        std::optional<int32_t> PhysicalCores = 8;
-        std::optional<uint32_t> MemoryFrequency = 0;
-        // GetCPUStatus's result; nullopt when the build lacks it.
-        std::optional<int32_t> Status = 0;
-        std::vector<uint8_t> StatusImage;
-    };
-    struct Calls {
-        std::vector<std::u16string> Loads;
-        int Freed = 0;
-        int Init = 0;
-        int Uninit = 0;
-        std::vector<uint32_t> StatusCoreCounts;
-        // The block as the SDK found it at its last GetCPUStatus.
-        std::vector<uint8_t> BlockSeen;
-    };
-
-    template <typename Edit>
-    void Change(Edit&& change) {
-        std::lock_guard lock(state_->mutex);
-        change(state_->answers);
-    }
-    Calls Seen() const {
-        std::lock_guard lock(state_->mutex);
-        return state_->calls;
-    }
 
     ports::LoadedAmdSdk Load(const std::u16string& relativePath) override {
         std::lock_guard lock(state_->mutex);
@@ -63,12 +55,6 @@ public:
     }
 
 private:
-    struct State {
-        std::mutex mutex;
-        Answers answers;
-        Calls calls;
-    };
-
     class Module final : public ports::AmdSdkModule {
     public:
         explicit Module(std::shared_ptr<State> state) : state_(std::move(state)) {}
@@ -120,8 +106,6 @@ private:
 
         std::shared_ptr<State> state_;
     };
-
-    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 } // namespace sim

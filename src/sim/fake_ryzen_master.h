@@ -32,8 +32,10 @@ public:
         std::optional<std::u16string> DriverKey;
     };
     std::vector<Device> Devices;
+    int Searches = 0;
 
     std::optional<std::u16string> FindDriverKey(std::u16string_view hardwareIdPart) override {
+        ++Searches;
         for (const auto& device : Devices) {
             for (const auto& id : device.HardwareIds) {
                 if (id.find(hardwareIdPart) != std::u16string::npos) {

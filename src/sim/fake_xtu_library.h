@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ports/xtu_library.h"
+#include "sim/scripted_library.h"
 
 #include <map>
 #include <memory>
@@ -9,44 +10,30 @@
 
 namespace sim {
 
+struct XtuAnswers {
+    bool Present = true;
+    bool InitializeResult = true;
+    bool MonitorRunning = false;
+    // StartMonitor sets MonitorRunning when true.
+    bool StartMonitorStarts = true;
+    // Monitor values by id; an id that is not here reads 0.0. A queue of values for an id is
+    // read front first, its last value staying.
+    std::map<uint32_t, std::vector<double>> Values;
+};
+struct XtuCalls {
+    int Created = 0;
+    int Destroyed = 0;
+    int Initialize = 0;
+    int StartMonitor = 0;
+    int StopMonitor = 0;
+    std::vector<uint32_t> Reads;
+};
+
 // The Intel XTU wrapper library of a simulated laptop. Tests change what the monitor answers
 // between calls and see every call; a missing library creates no wrapper.
-class FakeXtuLibrary final : public ports::XtuLibrary {
+class FakeXtuLibrary final : public ports::XtuLibrary,
+                             public ScriptedLibrary<XtuAnswers, XtuCalls> {
 public:
-    struct Answers {
-        bool Present = true;
-        bool InitializeResult = true;
-        bool MonitorRunning = false;
-        // StartMonitor sets MonitorRunning when true.
-        bool StartMonitorStarts = true;
-        // Monitor values by id; an id that is not here reads 0.0. A queue of values for an id is
-        // read front first, its last value staying.
-        std::map<uint32_t, std::vector<double>> Values;
-    };
-    struct Calls {
-        int Created = 0;
-        int Destroyed = 0;
-        int Initialize = 0;
-        int StartMonitor = 0;
-        int StopMonitor = 0;
-        std::vector<uint32_t> Reads;
-    };
-
-    FakeXtuLibrary() = default;
-    explicit FakeXtuLibrary(Answers answers) : state_(std::make_shared<State>()) {
-        state_->answers = std::move(answers);
-    }
-
-    template <typename Edit>
-    void Change(Edit&& change) {
-        std::lock_guard lock(state_->mutex);
-        change(state_->answers);
-    }
-    Calls Seen() const {
-        std::lock_guard lock(state_->mutex);
-        return state_->calls;
-    }
-
     std::unique_ptr<ports::XtuWrapper> CreateWrapper() override {
         std::lock_guard lock(state_->mutex);
         if (!state_->answers.Present) {
@@ -57,12 +44,6 @@ public:
     }
 
 private:
-    struct State {
-        std::mutex mutex;
-        Answers answers;
-        Calls calls;
-    };
-
     class Wrapper final : public ports::XtuWrapper {
     public:
         explicit Wrapper(std::shared_ptr<State> state) : state_(std::move(state)) {}
@@ -106,8 +87,6 @@ private:
     private:
         std::shared_ptr<State> state_;
     };
-
-    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 } // namespace sim

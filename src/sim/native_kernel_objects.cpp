@@ -20,7 +20,7 @@ std::unique_ptr<ports::Event> NativeKernelObjects::NewEvent(bool manualReset, bo
     });
 }
 
-ports::OpenedEvent NativeKernelObjects::OpenEvent(const std::u16string& name) {
+ports::OpenedEvent NativeKernelObjects::OpenExistingEvent(const std::u16string& name) {
     auto state = name.empty() ? nullptr : FindNamedEvent(name);
     if (!state) {
         return {nullptr, true};

@@ -1,12 +1,17 @@
 #pragma once
 
+#include "cpu/amd_cpu_monitor.h"
 #include "cpu/cpu_readings.h"
 #include "cpu/fan_acoustic_lookup.h"
 #include "plugin_frame/value_set.h"
 #include "ports/kernel_objects.h"
+#include "sim/fake_amd_sdk.h"
+#include "sim/fake_ryzen_master.h"
+#include "sim/memory_files.h"
 #include "sim/native_kernel_objects.h"
 
 #include <atomic>
+#include <gtest/gtest.h>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -50,6 +55,23 @@ public:
     }
 };
 
+// The AMD side of a simulated laptop, as the AMD monitor reaches it.
+struct AmdMachine {
+    cpu::AmdCpuMonitorPorts Ports(BaseOrvexPlugin& plugin, cpu::SignatureCheck isVelmorSigned) {
+        return {plugin,  sdk,      cpuid,
+                devices, registry, files,
+                files,   acoustic, std::move(isVelmorSigned)};
+    }
+    static bool Signed(const std::u16string&) { return true; }
+
+    sim::FakeAmdSdk sdk;
+    sim::FakeCpuid cpuid;
+    sim::FakeSystemDevices devices;
+    sim::MemoryRegistry registry;
+    sim::MemoryFiles files;
+    FakeFanAcoustic acoustic;
+};
+
 // Native kernel objects whose Sleep only records how long it was asked to sleep.
 class SleepRecordingKernel final : public ports::KernelObjects {
 public:
@@ -57,8 +79,8 @@ public:
                                            const std::u16string& name = {}) override {
         return real_.NewEvent(manualReset, initiallySet, name);
     }
-    ports::OpenedEvent OpenEvent(const std::u16string& name) override {
-        return real_.OpenEvent(name);
+    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
+        return real_.OpenExistingEvent(name);
     }
     std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
         return real_.StartThread(std::move(body));
@@ -93,6 +115,14 @@ inline std::vector<std::string> KeysOf(const VelmorValueSet::ValueSet& set) {
         keys.emplace_back(std::string_view(entry.key));
     }
     return keys;
+}
+
+// The answer's "Core0" map; an empty one (and a failed expectation) when it is missing.
+inline const VelmorValueSet::ValueSet& Core0Of(const VelmorValueSet::ValueSet& answer) {
+    static const VelmorValueSet::ValueSet empty;
+    const VelmorValueSet::ValueSet* core = answer.FindMap("Core0");
+    EXPECT_NE(core, nullptr);
+    return core != nullptr ? *core : empty;
 }
 
 inline VelmorValueSet::Kind KindOf(const VelmorValueSet::ValueSet& set, std::string_view key) {

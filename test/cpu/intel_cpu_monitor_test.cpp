@@ -40,12 +40,7 @@ protected:
         const auto all = kernel.Sleeps();
         return {all.begin() + static_cast<std::ptrdiff_t>(sleepsBefore), all.end()};
     }
-    const ValueSet& Core0() const {
-        const ValueSet* core = answer.FindMap("Core0");
-        EXPECT_NE(core, nullptr);
-        static const ValueSet empty;
-        return core != nullptr ? *core : empty;
-    }
+    const ValueSet& Core0() const { return Core0Of(answer); }
     void Build(cpu::CpuReadings* from, uint32_t fanSpeed = 2800) {
         monitor.GetCPUMonitorInformation(from, fanSpeed, answer);
     }
