@@ -177,4 +177,37 @@ TEST(XtuInitializationConcurrencyTest, answers_built_while_the_wrapper_is_made_a
     EXPECT_EQ(xtu.Seen().Destroyed, 1);
 }
 
+// The status block is prepared on the initialisation thread while answers refresh and read it.
+TEST(XtuInitializationConcurrencyTest, amd_answers_built_while_the_block_is_prepared_are_whole) {
+    CountingHeap heap;
+    PluginRef plugin{new TestPlugin(0, heap)};
+    sim::NativeKernelObjects kernel;
+    sim::FakeHelperLibrary helper;
+    sim::FakeXtuLibrary xtu;
+    AmdMachine machine;
+    machine.sdk.Change([](auto& answers) {
+        answers.Files = {u"AMDCPULibrary_1.6_DT\\AMDCPULibrary_1.6_DT.dll"};
+        answers.MemoryFrequency = 2400;
+        answers.StatusImage.assign(2052, 0);
+        answers.StatusImage[4] = 0x10; // core 0 clock 3600 MHz
+        answers.StatusImage[5] = 0x0E;
+    });
+    cpu::IntelCpuMonitor intel{{*plugin, kernel, helper, xtu, machine.acoustic},
+                               [] { return true; }};
+    cpu::AmdCpuMonitor amd{machine.Ports(*plugin, AmdMachine::Signed)};
+    amd.LoadAMDSDK(2, 128);
+    ASSERT_TRUE(amd.SdkLoaded());
+
+    auto thread = kernel.StartThread([&] { return cpu::DoXTUInitialize(2, intel, amd); });
+    ASSERT_NE(thread, nullptr);
+    for (int round = 0; round < 200; ++round) {
+        VelmorValueSet::ValueSet answer;
+        amd.GetAMDCPUMonitorInformation(nullptr, 0, answer);
+        EXPECT_EQ(Core0Of(answer).GetInt32("ProcessorFrequency"), 3600);
+    }
+    EXPECT_EQ(kernel.Wait(*thread, ports::kInfinite).status, ports::WaitStatus::Signalled);
+    EXPECT_EQ(amd.PhysicalCoreCount(), 8);
+    amd.UnloadAMDSDK();
+}
+
 } // namespace
