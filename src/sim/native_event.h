@@ -27,5 +27,7 @@ public:
 // they are) or a new one. A name is forgotten when the last handle to its event is gone.
 std::shared_ptr<SignalState> OpenNamedEvent(const std::u16string& name, SignalState::Reset mode,
                                             bool signalled);
+// The signal state of the existing named event `name`; null when there is none.
+std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name);
 
 } // namespace sim
