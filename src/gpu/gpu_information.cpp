@@ -1,5 +1,6 @@
 #include "gpu/gpu_information.h"
 
+#include "gpu/gpu_answer_keys.h"
 #include "plugin_frame/base_orvex_plugin.h"
 #include "plugin_frame/value_set.h"
 
@@ -65,7 +66,6 @@ constexpr char kKeyMaxVoltage[] = "MaxGPUVoltage";
 constexpr char kKeyMaxTemperature[] = "MaxGPUTemprature";
 constexpr char kKeyMaxUsage[] = "MaxGPUUsage";
 constexpr char kKeyAdapterCount[] = "GPUAdapterCount";
-constexpr char kKeyAdapter0[] = "Adapter0";
 constexpr char kKeyMaxFanSpeed[] = "MaxGPUFanSpeed";
 constexpr char kKeyFanSpeed[] = "GPUFanSpeed";
 constexpr char kKeyFanAcoustic[] = "GPUFanAcoustic";
@@ -73,12 +73,8 @@ constexpr char kKeyEgpuFanSpeed[] = "EGPUFanSpeed";
 constexpr char kKeyEgpuFanAcoustic[] = "EGPUFanAcoustic";
 constexpr int32_t kMaxFanSpeedRpm = 5500;
 
-constexpr char kKeyState[] = "GPUState";
-constexpr char kKeyProcessorFrequency[] = "ProcessorFrequency";
 constexpr char kKeyMemoryFrequency[] = "MemoryFrequency";
 constexpr char kKeyVoltage[] = "Voltage";
-constexpr char kKeyTemperature[] = "Temprature";
-constexpr char kKeyUsage[] = "Usage";
 constexpr char kKeyBaseFrequency[] = "ProcessorBaseFrequency";
 constexpr char kKeyNvBoostFrequency[] = "NVBoostFrequency";
 constexpr char kKeyTarvoBoostFrequency[] = "TarvoBoostFrequency";
@@ -268,7 +264,7 @@ void GpuInformation::GetGPUMonitorInformation(ValueSet& answer) {
     answer.SetDouble(kKeyMaxVoltage, static_cast<double>(readings.Max.Voltage));
     answer.SetInt32(kKeyMaxTemperature, readings.Max.Temperature);
     answer.SetInt32(kKeyMaxUsage, readings.Max.Usage);
-    ValueSet* adapter = readings.CurrentRead ? answer.CreateMap(kKeyAdapter0) : nullptr;
+    ValueSet* adapter = readings.CurrentRead ? answer.CreateMap(key::kAdapter0) : nullptr;
     answer.SetInt32(kKeyAdapterCount, adapter != nullptr ? 1 : 0);
     if (adapter != nullptr) {
         WriteAdapterKeys(readings, *adapter);
@@ -321,12 +317,12 @@ void GpuInformation::ReadAdapterFan(ports::DisplayAdapterDevice& device,
 
 void GpuInformation::WriteAdapterKeys(const MonitorReadings& readings, ValueSet& adapter) {
     const ports::GPUCurrentInfo& current = readings.Current;
-    adapter.SetString(kKeyState, current.State == kStateActive ? u"1" : u"0");
-    adapter.SetInt32(kKeyProcessorFrequency, static_cast<int32_t>(current.ProcessorFrequency));
+    adapter.SetString(key::kState, current.State == kStateActive ? u"1" : u"0");
+    adapter.SetInt32(key::kProcessorFrequency, static_cast<int32_t>(current.ProcessorFrequency));
     adapter.SetInt32(kKeyMemoryFrequency, static_cast<int32_t>(current.MemoryFrequency));
     adapter.SetDouble(kKeyVoltage, static_cast<double>(current.Voltage));
-    adapter.SetInt32(kKeyTemperature, current.Temperature);
-    adapter.SetDouble(kKeyUsage, static_cast<double>(current.Usage));
+    adapter.SetInt32(key::kTemperature, current.Temperature);
+    adapter.SetDouble(key::kUsage, static_cast<double>(current.Usage));
     if (readings.Vendor != kVendorNvidia || readings.Type != kTypeReadable) {
         return;
     }
