@@ -14,16 +14,11 @@ constexpr char16_t kLogOpenFailed[] = u"Failed to Open Disk Enum: %d";
 constexpr char16_t kLogCount[] = u"Success get Disk Enum Count: %d";
 constexpr char16_t kLogNVMe[] = u"PhysicalDrive%d is NVMe Drive";
 
-// The device property query: STORAGE_PROPERTY_QUERY for StorageDeviceProperty (0) as a standard
-// query (0), and the head of the STORAGE_DEVICE_DESCRIPTOR it answers, up to and with BusType.
-constexpr std::size_t kDevicePropertyQuerySize = 12;
-constexpr std::size_t kDeviceDescriptorHeadSize = 40;
-constexpr std::size_t kBusTypeAt = 28;
-constexpr uint32_t kBusTypeNvme = 17;
+using namespace device_query;
 
 bool AnswersNvmeBus(ports::PhysicalDrive& drive) {
-    const std::array<uint8_t, kDevicePropertyQuerySize> query{};
-    std::array<uint8_t, kDeviceDescriptorHeadSize> head{};
+    const std::array<uint8_t, kQuerySize> query{};
+    std::array<uint8_t, kDescriptorHeadSize> head{};
     const std::optional<uint32_t> returned = drive.QueryProperty(query, head);
     return returned && *returned >= kBusTypeAt + sizeof(uint32_t) &&
            VelmorValueSet::LoadLittleEndian<uint32_t>(head.data() + kBusTypeAt) == kBusTypeNvme;

@@ -72,4 +72,14 @@ std::u16string_view CriticalWarningText(int32_t code);
 
 } // namespace health_query
 
+// The query that tells an NVMe drive from others: a STORAGE_PROPERTY_QUERY for
+// StorageDeviceProperty (0) as a standard query (0), all zero, answered by the head of a
+// STORAGE_DEVICE_DESCRIPTOR up to and with its BusType.
+namespace device_query {
+inline constexpr std::size_t kQuerySize = 12;
+inline constexpr std::size_t kDescriptorHeadSize = 40;
+inline constexpr std::size_t kBusTypeAt = 28;
+inline constexpr uint32_t kBusTypeNvme = 17;
+} // namespace device_query
+
 } // namespace storage

@@ -1,6 +1,7 @@
 #include "storage_machine.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -219,6 +220,28 @@ TEST_F(HealthLogTest, get_health_string_appends_after_a_comma_when_the_texts_are
     ASSERT_TRUE(DriveWith(0, 98765).GetHealthString(health, units));
     EXPECT_EQ(health, u"0x00,0x00");
     EXPECT_EQ(units, u"123456,98765");
+}
+
+TEST_F(HealthLogTest, two_workers_read_the_same_drive_at_once_each_with_its_own_block) {
+    NVMeDrive& drive = DriveWith(0x08, 42);
+    auto readMany = [&drive](std::u16string& health, std::u16string& units) {
+        for (int i = 0; i < 50; ++i) {
+            health.clear();
+            units.clear();
+            if (!drive.GetHealthString(health, units)) {
+                return;
+            }
+        }
+    };
+    std::u16string health[2];
+    std::u16string units[2];
+    std::thread other(readMany, std::ref(health[1]), std::ref(units[1]));
+    readMany(health[0], units[0]);
+    other.join();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(health[i], u"0x08");
+        EXPECT_EQ(units[i], u"42");
+    }
 }
 
 } // namespace
