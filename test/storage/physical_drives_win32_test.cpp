@@ -1,4 +1,5 @@
 #include "disk_enum_key.h"
+#include "process_handles.h"
 #include "storage/nvme_health_query.h"
 #include "storage_machine.h"
 #include "win32/win32_physical_drives.h"
@@ -75,6 +76,32 @@ TEST_F(PhysicalDrivesWin32Test, enumeration_on_the_prefix_finds_no_nvme_drive) {
     nvme.EnumerateNVMeDrives();
     EXPECT_TRUE(nvme.Drives().empty());
     EXPECT_EQ(machine.Logs(), Strings{"6 Success get Disk Enum Count: 2"});
+}
+
+TEST_F(PhysicalDrivesWin32Test, an_open_drive_holds_a_handle_until_it_goes) {
+    drives.Open(0); // the system's own first-use handles are opened here
+    const uintptr_t free = NextHandleValue();
+    auto drive = drives.Open(0);
+    ASSERT_NE(drive, nullptr);
+    EXPECT_NE(NextHandleValue(), free);
+    drive.reset();
+    EXPECT_EQ(NextHandleValue(), free);
+}
+
+TEST_F(PhysicalDrivesWin32Test, enumerating_and_reading_leave_no_handle_behind) {
+    ASSERT_TRUE(DiskEnumKey::SetCount(3));
+    StorageMachine machine;
+    storage::NVMeDrives nvme(*machine.plugin, drives);
+    nvme.EnumerateNVMeDrives(); // the system's own first-use handles are opened here
+    const uintptr_t free = NextHandleValue();
+    for (int round = 0; round < 5; ++round) {
+        nvme.EnumerateNVMeDrives();
+        std::u16string health;
+        std::u16string units;
+        storage::NVMeDrive(drives.Open(0)).GetHealthString(health, units);
+        nvme.Close();
+    }
+    EXPECT_EQ(NextHandleValue(), free);
 }
 
 TEST_F(PhysicalDrivesWin32Test, enumeration_without_the_key_logs_the_error) {
