@@ -138,23 +138,46 @@ public:
     // Reads a body into an empty set. collapsed tells that a key repeated somewhere inside, so the
     // set's body is shorter than the bytes read.
     bool Body(std::span<const uint8_t> body, uint32_t depth, ValueSet& into, bool& collapsed) {
-        into.entries_.reserve(EntriesToReserve(body.size()));
-        std::size_t offset = 0;
-        while (offset < body.size()) {
-            const std::size_t keyLength = body[offset++];
-            if (keyLength > body.size() - offset || !Spend(1 + keyLength)) {
+        auto& entries = into.entries_;
+        entries.reserve(EntriesToReserve(body.size()));
+        const uint8_t* at = body.data();
+        const uint8_t* const end = at + body.size();
+        while (at != end) {
+            const std::size_t keyLength = *at++;
+            if (keyLength + kValueHeaderSize > Left(at, end)) {
                 return false;
             }
-            const std::string_view key(reinterpret_cast<const char*>(body.data() + offset),
-                                       keyLength);
-            offset += keyLength;
-            std::size_t advance = 0;
-            auto value = Value(body.subspan(offset), depth, advance, collapsed);
+            const std::string_view key(reinterpret_cast<const char*>(at), keyLength);
+            at += keyLength;
+            const auto kind = static_cast<Kind>(at[0]);
+            const uint32_t length = LoadLittleEndian<uint32_t>(at + 1);
+            at += kValueHeaderSize;
+            if (length > Left(at, end) || !IsWireKind(kind)) {
+                return false;
+            }
+            // The key and the value header are paid for together, and a scalar's payload with them.
+            const std::size_t entryBytes = 1 + keyLength + kValueHeaderSize;
+            std::unique_ptr<OrvexValue> value;
+            std::size_t advance = length;
+            if (kind == Kind::Map) {
+                if (Spend(entryBytes)) {
+                    value = Map({at, length}, depth, advance, collapsed);
+                }
+            } else if (Spend(entryBytes + length)) {
+                value = Scalar(kind, length, at, Left(at, end));
+            }
             if (!value) {
                 return false;
             }
-            offset += advance;
-            auto& slot = into.InsertSlot(key);
+            // The set read from a nested body whose keys repeat may measure past the bytes left;
+            // reading stops there as at the end.
+            at += std::min(advance, Left(at, end));
+            // A body written from a set has its keys in order: each entry goes at the end.
+            if (entries.empty() || ValueSet::KeyLess(entries.back().key, key)) {
+                entries.emplace_back(key, std::move(value));
+                continue;
+            }
+            auto& slot = into.InsertSlotInside(key);
             collapsed = collapsed || slot != nullptr;
             slot = std::move(value);
         }
@@ -170,30 +193,45 @@ public:
         }
         const auto kind = static_cast<Kind>(bytes[0]);
         const uint32_t length = LoadLittleEndian<uint32_t>(bytes.data() + 1);
-        if (length > bytes.size() - kValueHeaderSize || !IsWireKind(kind)) {
+        const std::size_t available = bytes.size() - kValueHeaderSize;
+        if (length > available || !IsWireKind(kind)) {
             return nullptr;
         }
-        const auto payload = bytes.subspan(kValueHeaderSize, length);
+        const uint8_t* payload = bytes.data() + kValueHeaderSize;
+        std::size_t size = length;
+        std::unique_ptr<OrvexValue> value;
         if (kind == Kind::Map) {
-            return ReadMap(payload, depth, advance, collapsed);
+            if (Spend(kValueHeaderSize)) {
+                value = Map({payload, length}, depth, size, collapsed);
+            }
+        } else if (Spend(kValueHeaderSize + length)) {
+            value = Scalar(kind, length, payload, available);
         }
-        if (!Spend(kValueHeaderSize + length)) {
-            return nullptr;
-        }
-        auto value = NewValue(kind, length);
-        if (!value || !value->Allocate(kind, length, chunk_)) {
-            return nullptr;
-        }
-        CopyPayload(*value, payload.data(), bytes.size() - kValueHeaderSize);
-        advance = kValueHeaderSize + length;
+        advance = kValueHeaderSize + size;
         return value;
     }
 
 private:
+    static std::size_t Left(const uint8_t* at, const uint8_t* end) {
+        return static_cast<std::size_t>(end - at);
+    }
+
     // Room for the entries of a body, guessed from its size so the set seldom grows: an entry
     // takes at least 6 bytes, and a body past the first few dozen entries grows the set as usual.
     static std::size_t EntriesToReserve(std::size_t bodySize) {
         return std::min(bodySize / kSmallestEntry, kEntriesReservedAtMost);
+    }
+
+    // A value of a kind other than map whose payload of length bytes is at payload, followed by
+    // available bytes of input in all.
+    std::unique_ptr<OrvexValue> Scalar(Kind kind, uint32_t length, const uint8_t* payload,
+                                       std::size_t available) {
+        auto value = NewValue(kind, length);
+        if (!value || !value->Allocate(kind, length, chunk_)) {
+            return nullptr;
+        }
+        CopyPayload(*value, payload, available);
+        return value;
     }
 
     // Copies the payload (its length already set) from in, which has available bytes. A short
@@ -227,24 +265,26 @@ private:
         return std::unique_ptr<OrvexValue>(OrvexValue::NewIn(*chunk_));
     }
 
-    std::unique_ptr<OrvexValue> ReadMap(std::span<const uint8_t> payload, uint32_t depth,
-                                        std::size_t& advance, bool& collapsed) {
-        if (depth >= kMaxDepth || !Spend(kValueHeaderSize)) {
+    // A map value read from its nested body. size in: the body's length; out: the size of the
+    // set read, shorter than the body when a key repeated inside.
+    std::unique_ptr<OrvexValue> Map(std::span<const uint8_t> body, uint32_t depth,
+                                    std::size_t& size, bool& collapsed) {
+        if (depth >= kMaxDepth) {
             return nullptr;
         }
         auto value = NewValue(Kind::Map, 0);
         if (!value) {
             return nullptr;
         }
-        value->MakeMapIn(*chunk_, static_cast<uint32_t>(payload.size()));
+        value->MakeMapIn(*chunk_, static_cast<uint32_t>(body.size()));
         bool nestedCollapsed = false;
-        if (!Body(payload, depth + 1, *value->storage_.map, nestedCollapsed)) {
+        if (!Body(body, depth + 1, *value->storage_.map, nestedCollapsed)) {
             return nullptr;
         }
         collapsed = collapsed || nestedCollapsed;
-        const uint64_t nested =
-            nestedCollapsed ? BodySize(*value->storage_.map, false) : payload.size();
-        advance = static_cast<std::size_t>(kValueHeaderSize + nested);
+        if (nestedCollapsed) {
+            size = static_cast<std::size_t>(BodySize(*value->storage_.map, false));
+        }
         return value;
     }
 
