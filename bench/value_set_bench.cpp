@@ -13,7 +13,6 @@
 
 namespace {
 
-using VelmorValueSet::ValueSet;
 using value_set_fixture::Encoded;
 using value_set_fixture::kBlobCount;
 using value_set_fixture::kBlobSize;
@@ -21,6 +20,7 @@ using value_set_fixture::MonitorAnswer;
 using value_set_fixture::Pack;
 using value_set_fixture::Packed;
 using value_set_fixture::RecordPage;
+using VelmorValueSet::ValueSet;
 
 void Encode(benchmark::State& state, const ValueSet& set) {
     std::vector<uint8_t> buffer(set.BodySize());

@@ -112,11 +112,11 @@ private:
         ValueChunk* chunk;
     };
 
-    static std::size_t StoredSize(Kind kind, std::size_t length) {
+    static constexpr std::size_t StoredSize(Kind kind, std::size_t length) {
         return length + (kind == Kind::WideString ? kTerminatorBytes : 0);
     }
     // Bytes of a chunk that one value with the given payload or nested set takes.
-    static std::size_t ChunkFootprint(Kind kind, std::size_t length) {
+    static constexpr std::size_t ChunkFootprint(Kind kind, std::size_t length) {
         std::size_t footprint = ValueChunk::Rounded(sizeof(AllocationHeader) + sizeof(OrvexValue));
         const std::size_t stored = StoredSize(kind, length);
         if (kind == Kind::Map) {

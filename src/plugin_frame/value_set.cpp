@@ -69,7 +69,7 @@ void ValueSet::DestroyValues() {
     entries_.clear();
 }
 
-std::vector<ValueSet::Entry>::iterator ValueSet::LowerBound(std::string_view key) {
+ValueSet::Entry* ValueSet::LowerBound(std::string_view key) {
     return std::lower_bound(entries_.begin(), entries_.end(), key, KeyBefore);
 }
 

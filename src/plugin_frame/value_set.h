@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugin_frame/chunk_vector.h"
 #include "plugin_frame/entry_key.h"
 #include "plugin_frame/orvex_value.h"
 
@@ -17,7 +18,7 @@
 namespace VelmorValueSet {
 
 // The tree of named values that every request, answer and notification is: narrow keys of at most
-// 255 bytes in byte-wise order, each owning one value. Entries are kept in a sorted vector (reading
+// 255 bytes in byte-wise order, each owning one value. Entries are kept in a sorted array (reading
 // a body in key order only appends); the values themselves never move, so a pointer from Find stays
 // valid until its key is replaced or the set is cleared.
 class ValueSet {
@@ -31,7 +32,7 @@ public:
         EntryKey key;
         std::unique_ptr<OrvexValue> value; // null only for a slot made by Slot and not filled
     };
-    using const_iterator = std::vector<Entry>::const_iterator;
+    using const_iterator = const Entry*;
 
     // The order of keys: byte-wise with a prefix first. Keys are short and often share their first
     // bytes ("CPU", "Max"), so they are compared eight bytes at a time and only the first byte
@@ -138,7 +139,7 @@ private:
     // Destroys every value, letting go of the chunks they were read into once per run of values
     // from the same chunk rather than once per value.
     void DestroyValues();
-    std::vector<Entry>::iterator LowerBound(std::string_view key);
+    Entry* LowerBound(std::string_view key);
     const Entry* FindEntry(std::string_view key) const;
     // The key's slot, inserted when missing. Bodies arrive and answers are built mostly in key
     // order: appending needs no search.
@@ -153,7 +154,7 @@ private:
     template <typename T>
     bool SetNew(std::string_view key, T value);
 
-    std::vector<Entry> entries_;
+    ChunkVector<Entry> entries_;
 };
 
 } // namespace VelmorValueSet

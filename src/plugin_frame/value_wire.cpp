@@ -17,8 +17,9 @@ namespace {
 // long. No writer repeats keys, so a body that needs more than a few passes is refused as hostile.
 constexpr uint64_t kReadPasses = 4;
 
-// Chunks are sized from the body: a monitor answer fits one, a small request takes little.
-constexpr std::size_t kChunkBytesPerInputByte = 4;
+// Chunks are sized from the body: a monitor answer (its values and the room reserved for its
+// entries) fits one, a small request takes little.
+constexpr std::size_t kChunkBytesPerInputByte = 8;
 constexpr std::size_t kSmallestChunk = 512;
 constexpr std::size_t kLargestChunk = 16384;
 
@@ -139,7 +140,9 @@ public:
     // set's body is shorter than the bytes read.
     bool Body(std::span<const uint8_t> body, uint32_t depth, ValueSet& into, bool& collapsed) {
         auto& entries = into.entries_;
-        entries.reserve(EntriesToReserve(body.size()));
+        if (!ReserveEntries(entries, EntriesToReserve(body.size()))) {
+            return false;
+        }
         const uint8_t* at = body.data();
         const uint8_t* const end = at + body.size();
         while (at != end) {
@@ -164,7 +167,9 @@ public:
                     value = Map({at, length}, depth, advance, collapsed);
                 }
             } else if (Spend(entryBytes + length)) {
-                value = Scalar(kind, length, at, Left(at, end));
+                // Spelled out rather than through Scalar, so the common case is inlined here.
+                value.reset(IsShort(kind, length) ? ShortScalar(kind, length, at, Left(at, end))
+                                                  : LongScalar(kind, length, at, Left(at, end)));
             }
             if (!value) {
                 return false;
@@ -205,13 +210,17 @@ public:
                 value = Map({payload, length}, depth, size, collapsed);
             }
         } else if (Spend(kValueHeaderSize + length)) {
-            value = Scalar(kind, length, payload, available);
+            value.reset(Scalar(kind, length, payload, available));
         }
         advance = kValueHeaderSize + size;
         return value;
     }
 
 private:
+    // What a value whose payload fits inside it takes of a chunk.
+    static constexpr std::size_t kShortValueFootprint =
+        OrvexValue::ChunkFootprint(Kind::Boolean, 0);
+
     static std::size_t Left(const uint8_t* at, const uint8_t* end) {
         return static_cast<std::size_t>(end - at);
     }
@@ -223,15 +232,38 @@ private:
     }
 
     // A value of a kind other than map whose payload of length bytes is at payload, followed by
-    // available bytes of input in all.
-    std::unique_ptr<OrvexValue> Scalar(Kind kind, uint32_t length, const uint8_t* payload,
-                                       std::size_t available) {
+    // available bytes of input in all. Returned raw, for the caller to own at once: a smart
+    // pointer would come back through memory on this hot path.
+    OrvexValue* Scalar(Kind kind, uint32_t length, const uint8_t* payload, std::size_t available) {
+        return IsShort(kind, length) ? ShortScalar(kind, length, payload, available)
+                                     : LongScalar(kind, length, payload, available);
+    }
+
+    static bool IsShort(Kind kind, uint32_t length) {
+        return OrvexValue::StoredSize(kind, length) <= OrvexValue::kInlineBytes;
+    }
+
+    // Most values: numbers and short texts, kept inside the value.
+    OrvexValue* ShortScalar(Kind kind, uint32_t length, const uint8_t* payload,
+                            std::size_t available) {
+        if (!MakeRoom(kShortValueFootprint)) {
+            return nullptr;
+        }
+        OrvexValue* value = OrvexValue::NewIn(*chunk_);
+        value->kind_ = kind;
+        value->length_ = length;
+        CopyPayload(*value, payload, available);
+        return value;
+    }
+
+    OrvexValue* LongScalar(Kind kind, uint32_t length, const uint8_t* payload,
+                           std::size_t available) {
         auto value = NewValue(kind, length);
         if (!value || !value->Allocate(kind, length, chunk_)) {
             return nullptr;
         }
         CopyPayload(*value, payload, available);
-        return value;
+        return value.release();
     }
 
     // Copies the payload (its length already set) from in, which has available bytes. A short
@@ -248,21 +280,35 @@ private:
         }
     }
 
-    // A kind-0 value in the current chunk, with room after it for its payload or nested set; a
-    // new chunk is begun when the current one is full.
+    // A kind-0 value in the current chunk, with room after it for its payload or nested set.
     std::unique_ptr<OrvexValue> NewValue(Kind kind, uint32_t length) {
-        const std::size_t footprint = OrvexValue::ChunkFootprint(kind, length);
-        if (chunk_ == nullptr || chunk_->Room() < footprint) {
-            ValueChunk* fresh = ValueChunk::Make(std::max(footprint, chunkSize_));
-            if (fresh == nullptr) {
-                return nullptr;
-            }
-            if (chunk_ != nullptr) {
-                chunk_->ReaderDone();
-            }
-            chunk_ = fresh;
+        if (!MakeRoom(OrvexValue::ChunkFootprint(kind, length))) {
+            return nullptr;
         }
         return std::unique_ptr<OrvexValue>(OrvexValue::NewIn(*chunk_));
+    }
+
+    // Room in the current chunk for the entries a body may hold.
+    bool ReserveEntries(ChunkVector<ValueSet::Entry>& entries, std::size_t count) {
+        const std::size_t bytes = ValueChunk::Rounded(count * sizeof(ValueSet::Entry));
+        return count == 0 || (MakeRoom(bytes) && entries.ReserveIn(*chunk_, count));
+    }
+
+    // True when the current chunk has room for footprint, after beginning a new one if needed.
+    bool MakeRoom(std::size_t footprint) {
+        return (chunk_ != nullptr && chunk_->Room() >= footprint) || BeginChunk(footprint);
+    }
+
+    bool BeginChunk(std::size_t footprint) {
+        ValueChunk* fresh = ValueChunk::Make(std::max(footprint, chunkSize_));
+        if (fresh == nullptr) {
+            return false;
+        }
+        if (chunk_ != nullptr) {
+            chunk_->ReaderDone();
+        }
+        chunk_ = fresh;
+        return true;
     }
 
     // A map value read from its nested body. size in: the body's length; out: the size of the
