@@ -157,8 +157,11 @@ private:
     std::size_t StoredSize() const { return StoredSize(kind_, length_); }
     bool OnHeap() const { return kind_ != Kind::Map && StoredSize() > kInlineBytes; }
     // False for a value whose destructor has nothing to free: its payload is inline or in its
-    // chunk.
-    bool OwnsStorage() const { return kind_ == Kind::Map || (OnHeap() && !storage_in_chunk_); }
+    // chunk. Numbers, the most common values, are told apart by their length alone.
+    bool OwnsStorage() const {
+        return kind_ == Kind::Map ||
+               (length_ > kInlineBytes - kTerminatorBytes && OnHeap() && !storage_in_chunk_);
+    }
     uint8_t* Bytes() { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
     const uint8_t* Bytes() const { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
     template <typename T>
