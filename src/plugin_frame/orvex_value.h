@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugin_frame/little_endian.h"
 #include "plugin_frame/value_chunk.h"
 
 #include <cstddef>
@@ -137,6 +138,20 @@ private:
             AllocationHeader{&chunk};
         chunk.PlaceValue();
         return ::new (static_cast<void*>(header + 1)) OrvexValue();
+    }
+    // Makes this a value of the kind whose payload is placed in the chunk, which must have room
+    // for it; a text's terminator is zeroed, the rest is left for the caller to fill.
+    void PlacePayloadIn(ValueChunk& chunk, Kind kind, uint32_t length) {
+        kind_ = kind;
+        length_ = length;
+        storage_.heap = static_cast<uint8_t*>(chunk.Take(StoredSize()));
+        storage_in_chunk_ = true;
+        ZeroTerminator();
+    }
+    void ZeroTerminator() {
+        if (kind_ == Kind::WideString) {
+            StoreLittleEndian(storage_.heap + length_, uint16_t{0});
+        }
     }
     // Makes this a map value owning a new empty set placed in the chunk.
     void MakeMapIn(ValueChunk& chunk, uint32_t length);

@@ -169,7 +169,7 @@ public:
             } else if (Spend(entryBytes + length)) {
                 // Spelled out rather than through Scalar, so the common case is inlined here.
                 value.reset(IsShort(kind, length) ? ShortScalar(kind, length, at, Left(at, end))
-                                                  : LongScalar(kind, length, at, Left(at, end)));
+                                                  : LongScalar(kind, length, at));
             }
             if (!value) {
                 return false;
@@ -236,7 +236,7 @@ private:
     // pointer would come back through memory on this hot path.
     OrvexValue* Scalar(Kind kind, uint32_t length, const uint8_t* payload, std::size_t available) {
         return IsShort(kind, length) ? ShortScalar(kind, length, payload, available)
-                                     : LongScalar(kind, length, payload, available);
+                                     : LongScalar(kind, length, payload);
     }
 
     static bool IsShort(Kind kind, uint32_t length) {
@@ -256,14 +256,25 @@ private:
         return value;
     }
 
-    OrvexValue* LongScalar(Kind kind, uint32_t length, const uint8_t* payload,
-                           std::size_t available) {
-        auto value = NewValue(kind, length);
-        if (!value || !value->Allocate(kind, length, chunk_)) {
+    // Texts and blocks too long to be kept inside the value: in the chunk up to a limit, past it
+    // on the heap.
+    OrvexValue* LongScalar(Kind kind, uint32_t length, const uint8_t* payload) {
+        const std::size_t stored = OrvexValue::StoredSize(kind, length);
+        if (stored > OrvexValue::kChunkPayloadLimit) {
+            auto value = NewValue(kind, length);
+            if (!value || !value->Allocate(kind, length, chunk_)) {
+                return nullptr;
+            }
+            std::memcpy(value->storage_.heap, payload, length);
+            return value.release();
+        }
+        if (!MakeRoom(kShortValueFootprint + ValueChunk::Rounded(stored))) {
             return nullptr;
         }
-        CopyPayload(*value, payload, available);
-        return value.release();
+        OrvexValue* value = OrvexValue::NewIn(*chunk_);
+        value->PlacePayloadIn(*chunk_, kind, length);
+        std::memcpy(value->storage_.heap, payload, length);
+        return value;
     }
 
     // Copies the payload (its length already set) from in, which has available bytes. A short
