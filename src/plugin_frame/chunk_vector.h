@@ -17,18 +17,14 @@ template <typename T>
 class ChunkVector {
 public:
     ChunkVector() = default;
-    ~ChunkVector() {
-        clear();
-        FreeBlock();
-    }
+    ~ChunkVector() { reset(); }
     ChunkVector(ChunkVector&& other) noexcept
         : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)),
           capacity_(std::exchange(other.capacity_, 0)),
           chunk_(std::exchange(other.chunk_, nullptr)) {}
     ChunkVector& operator=(ChunkVector&& other) noexcept {
         if (this != &other) {
-            clear();
-            FreeBlock();
+            reset();
             data_ = std::exchange(other.data_, nullptr);
             size_ = std::exchange(other.size_, 0);
             capacity_ = std::exchange(other.capacity_, 0);
@@ -95,6 +91,12 @@ public:
     void clear() {
         std::destroy(data_, data_ + size_);
         size_ = 0;
+    }
+    // Destroys the elements and lets go of the block, so an emptied set does not keep the chunk
+    // of a body it once read.
+    void reset() {
+        clear();
+        FreeBlock();
     }
 
 private:

@@ -66,7 +66,7 @@ void ValueSet::DestroyValues() {
     if (run != nullptr) {
         run->Release(runValues);
     }
-    entries_.clear();
+    entries_.reset();
 }
 
 ValueSet::Entry* ValueSet::LowerBound(std::string_view key) {
