@@ -1,6 +1,6 @@
 // Reads arbitrary bytes as a value-set body. A body that reads must write back to bytes that read
-// into the same tree and write again unchanged, and a deep copy must equal it too; one that does
-// not read must leave the set empty.
+// into the same tree and write again unchanged, a deep copy must equal it too, and it must take new
+// keys; one that does not read must leave the set empty.
 #include "plugin_frame/value_set.h"
 
 #include <algorithm>
@@ -72,5 +72,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     ValueSet copy;
     copy.CopyFrom(set);
     Check(SameTree(set, copy));
+
+    // A read set takes new keys as any other: first, among and after the keys it holds.
+    for (const char* key : {"", "M", "\xFF"}) {
+        Check(set.SetInt32(key, 1) && set.GetInt32(key) == 1);
+    }
+    Check(set.Count() >= 3 && set.Count() <= back.Count() + 3);
     return 0;
 }

@@ -133,7 +133,7 @@ bool OrvexValue::AllocateOutside(Kind kind, std::size_t length, ValueChunk* chun
         return false;
     }
     // The terminator of a text is all that must be zero; the rest is overwritten.
-    std::memset(storage_.heap + length_, 0, StoredSize() - length_);
+    ZeroTerminator();
     return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugin_frame/little_endian.h"
 #include "plugin_frame/value_chunk.h"
 
 #include <cstddef>
@@ -112,11 +113,11 @@ private:
         ValueChunk* chunk;
     };
 
-    static std::size_t StoredSize(Kind kind, std::size_t length) {
+    static constexpr std::size_t StoredSize(Kind kind, std::size_t length) {
         return length + (kind == Kind::WideString ? kTerminatorBytes : 0);
     }
     // Bytes of a chunk that one value with the given payload or nested set takes.
-    static std::size_t ChunkFootprint(Kind kind, std::size_t length) {
+    static constexpr std::size_t ChunkFootprint(Kind kind, std::size_t length) {
         std::size_t footprint = ValueChunk::Rounded(sizeof(AllocationHeader) + sizeof(OrvexValue));
         const std::size_t stored = StoredSize(kind, length);
         if (kind == Kind::Map) {
@@ -138,6 +139,20 @@ private:
         chunk.PlaceValue();
         return ::new (static_cast<void*>(header + 1)) OrvexValue();
     }
+    // Makes this a value of the kind whose payload is placed in the chunk, which must have room
+    // for it; a text's terminator is zeroed, the rest is left for the caller to fill.
+    void PlacePayloadIn(ValueChunk& chunk, Kind kind, uint32_t length) {
+        kind_ = kind;
+        length_ = length;
+        storage_.heap = static_cast<uint8_t*>(chunk.Take(StoredSize()));
+        storage_in_chunk_ = true;
+        ZeroTerminator();
+    }
+    void ZeroTerminator() {
+        if (kind_ == Kind::WideString) {
+            StoreLittleEndian(storage_.heap + length_, uint16_t{0});
+        }
+    }
     // Makes this a map value owning a new empty set placed in the chunk.
     void MakeMapIn(ValueChunk& chunk, uint32_t length);
 
@@ -157,8 +172,11 @@ private:
     std::size_t StoredSize() const { return StoredSize(kind_, length_); }
     bool OnHeap() const { return kind_ != Kind::Map && StoredSize() > kInlineBytes; }
     // False for a value whose destructor has nothing to free: its payload is inline or in its
-    // chunk.
-    bool OwnsStorage() const { return kind_ == Kind::Map || (OnHeap() && !storage_in_chunk_); }
+    // chunk. Numbers, the most common values, are told apart by their length alone.
+    bool OwnsStorage() const {
+        return kind_ == Kind::Map ||
+               (length_ > kInlineBytes - kTerminatorBytes && OnHeap() && !storage_in_chunk_);
+    }
     uint8_t* Bytes() { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
     const uint8_t* Bytes() const { return OnHeap() ? storage_.heap : storage_.inline_bytes; }
     template <typename T>

@@ -66,10 +66,10 @@ void ValueSet::DestroyValues() {
     if (run != nullptr) {
         run->Release(runValues);
     }
-    entries_.clear();
+    entries_.reset();
 }
 
-std::vector<ValueSet::Entry>::iterator ValueSet::LowerBound(std::string_view key) {
+ValueSet::Entry* ValueSet::LowerBound(std::string_view key) {
     return std::lower_bound(entries_.begin(), entries_.end(), key, KeyBefore);
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "plugin_frame/chunk_vector.h"
 #include "plugin_frame/entry_key.h"
 #include "plugin_frame/orvex_value.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -15,7 +18,7 @@
 namespace VelmorValueSet {
 
 // The tree of named values that every request, answer and notification is: narrow keys of at most
-// 255 bytes in byte-wise order, each owning one value. Entries are kept in a sorted vector (reading
+// 255 bytes in byte-wise order, each owning one value. Entries are kept in a sorted array (reading
 // a body in key order only appends); the values themselves never move, so a pointer from Find stays
 // valid until its key is replaced or the set is cleared.
 class ValueSet {
@@ -29,16 +32,25 @@ public:
         EntryKey key;
         std::unique_ptr<OrvexValue> value; // null only for a slot made by Slot and not filled
     };
-    using const_iterator = std::vector<Entry>::const_iterator;
+    using const_iterator = const Entry*;
 
     // The order of keys: byte-wise with a prefix first. Keys are short and often share their first
-    // bytes
-    // ("CPU", "Max"), so a plain loop does better than a call to memcmp.
+    // bytes ("CPU", "Max"), so they are compared eight bytes at a time and only the first byte
+    // that differs decides.
     static bool KeyLess(std::string_view a, std::string_view b) {
         const std::size_t common = std::min(a.size(), b.size());
-        for (std::size_t i = 0; i < common; ++i) {
+        std::size_t i = 0;
+        for (; i + sizeof(uint64_t) <= common; i += sizeof(uint64_t)) {
+            const uint64_t x = LoadWord(a.data() + i);
+            const uint64_t y = LoadWord(b.data() + i);
+            if (x != y) {
+                const std::size_t first = i + FirstDifferentByte(x, y);
+                return ByteLess(a[first], b[first]);
+            }
+        }
+        for (; i < common; ++i) {
             if (a[i] != b[i]) {
-                return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
+                return ByteLess(a[i], b[i]);
             }
         }
         return a.size() < b.size();
@@ -108,10 +120,26 @@ public:
 private:
     friend class ValueWire;
 
+    static uint64_t LoadWord(const char* bytes) {
+        uint64_t word = 0;
+        std::memcpy(&word, bytes, sizeof(word));
+        return word;
+    }
+    // The index within the words of their first byte in memory order that differs.
+    static std::size_t FirstDifferentByte(uint64_t x, uint64_t y) {
+        const uint64_t differ = x ^ y;
+        const int bit = std::endian::native == std::endian::little ? std::countr_zero(differ)
+                                                                   : std::countl_zero(differ);
+        return static_cast<std::size_t>(bit) / 8;
+    }
+    static bool ByteLess(char a, char b) {
+        return static_cast<unsigned char>(a) < static_cast<unsigned char>(b);
+    }
+
     // Destroys every value, letting go of the chunks they were read into once per run of values
     // from the same chunk rather than once per value.
     void DestroyValues();
-    std::vector<Entry>::iterator LowerBound(std::string_view key);
+    Entry* LowerBound(std::string_view key);
     const Entry* FindEntry(std::string_view key) const;
     // The key's slot, inserted when missing. Bodies arrive and answers are built mostly in key
     // order: appending needs no search.
@@ -126,7 +154,7 @@ private:
     template <typename T>
     bool SetNew(std::string_view key, T value);
 
-    std::vector<Entry> entries_;
+    ChunkVector<Entry> entries_;
 };
 
 } // namespace VelmorValueSet

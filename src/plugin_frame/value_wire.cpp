@@ -17,8 +17,9 @@ namespace {
 // long. No writer repeats keys, so a body that needs more than a few passes is refused as hostile.
 constexpr uint64_t kReadPasses = 4;
 
-// Chunks are sized from the body: a monitor answer fits one, a small request takes little.
-constexpr std::size_t kChunkBytesPerInputByte = 4;
+// Chunks are sized from the body: a monitor answer (its values and the room reserved for its
+// entries) fits one, a small request takes little.
+constexpr std::size_t kChunkBytesPerInputByte = 8;
 constexpr std::size_t kSmallestChunk = 512;
 constexpr std::size_t kLargestChunk = 16384;
 
@@ -138,23 +139,50 @@ public:
     // Reads a body into an empty set. collapsed tells that a key repeated somewhere inside, so the
     // set's body is shorter than the bytes read.
     bool Body(std::span<const uint8_t> body, uint32_t depth, ValueSet& into, bool& collapsed) {
-        into.entries_.reserve(EntriesToReserve(body.size()));
-        std::size_t offset = 0;
-        while (offset < body.size()) {
-            const std::size_t keyLength = body[offset++];
-            if (keyLength > body.size() - offset || !Spend(1 + keyLength)) {
+        auto& entries = into.entries_;
+        if (!ReserveEntries(entries, EntriesToReserve(body.size()))) {
+            return false;
+        }
+        const uint8_t* at = body.data();
+        const uint8_t* const end = at + body.size();
+        while (at != end) {
+            const std::size_t keyLength = *at++;
+            if (keyLength + kValueHeaderSize > Left(at, end)) {
                 return false;
             }
-            const std::string_view key(reinterpret_cast<const char*>(body.data() + offset),
-                                       keyLength);
-            offset += keyLength;
-            std::size_t advance = 0;
-            auto value = Value(body.subspan(offset), depth, advance, collapsed);
+            const std::string_view key(reinterpret_cast<const char*>(at), keyLength);
+            at += keyLength;
+            const auto kind = static_cast<Kind>(at[0]);
+            const uint32_t length = LoadLittleEndian<uint32_t>(at + 1);
+            at += kValueHeaderSize;
+            if (length > Left(at, end) || !IsWireKind(kind)) {
+                return false;
+            }
+            // The key and the value header are paid for together, and a scalar's payload with them.
+            const std::size_t entryBytes = 1 + keyLength + kValueHeaderSize;
+            std::unique_ptr<OrvexValue> value;
+            std::size_t advance = length;
+            if (kind == Kind::Map) {
+                if (Spend(entryBytes)) {
+                    value = Map({at, length}, depth, advance, collapsed);
+                }
+            } else if (Spend(entryBytes + length)) {
+                // Spelled out rather than through Scalar, so the common case is inlined here.
+                value.reset(IsShort(kind, length) ? ShortScalar(kind, length, at, Left(at, end))
+                                                  : LongScalar(kind, length, at));
+            }
             if (!value) {
                 return false;
             }
-            offset += advance;
-            auto& slot = into.InsertSlot(key);
+            // The set read from a nested body whose keys repeat may measure past the bytes left;
+            // reading stops there as at the end.
+            at += std::min(advance, Left(at, end));
+            // A body written from a set has its keys in order: each entry goes at the end.
+            if (entries.empty() || ValueSet::KeyLess(entries.back().key, key)) {
+                entries.emplace_back(key, std::move(value));
+                continue;
+            }
+            auto& slot = into.InsertSlotInside(key);
             collapsed = collapsed || slot != nullptr;
             slot = std::move(value);
         }
@@ -170,30 +198,83 @@ public:
         }
         const auto kind = static_cast<Kind>(bytes[0]);
         const uint32_t length = LoadLittleEndian<uint32_t>(bytes.data() + 1);
-        if (length > bytes.size() - kValueHeaderSize || !IsWireKind(kind)) {
+        const std::size_t available = bytes.size() - kValueHeaderSize;
+        if (length > available || !IsWireKind(kind)) {
             return nullptr;
         }
-        const auto payload = bytes.subspan(kValueHeaderSize, length);
+        const uint8_t* payload = bytes.data() + kValueHeaderSize;
+        std::size_t size = length;
+        std::unique_ptr<OrvexValue> value;
         if (kind == Kind::Map) {
-            return ReadMap(payload, depth, advance, collapsed);
+            if (Spend(kValueHeaderSize)) {
+                value = Map({payload, length}, depth, size, collapsed);
+            }
+        } else if (Spend(kValueHeaderSize + length)) {
+            value.reset(Scalar(kind, length, payload, available));
         }
-        if (!Spend(kValueHeaderSize + length)) {
-            return nullptr;
-        }
-        auto value = NewValue(kind, length);
-        if (!value || !value->Allocate(kind, length, chunk_)) {
-            return nullptr;
-        }
-        CopyPayload(*value, payload.data(), bytes.size() - kValueHeaderSize);
-        advance = kValueHeaderSize + length;
+        advance = kValueHeaderSize + size;
         return value;
     }
 
 private:
+    // What a value whose payload fits inside it takes of a chunk.
+    static constexpr std::size_t kShortValueFootprint =
+        OrvexValue::ChunkFootprint(Kind::Boolean, 0);
+
+    static std::size_t Left(const uint8_t* at, const uint8_t* end) {
+        return static_cast<std::size_t>(end - at);
+    }
+
     // Room for the entries of a body, guessed from its size so the set seldom grows: an entry
     // takes at least 6 bytes, and a body past the first few dozen entries grows the set as usual.
     static std::size_t EntriesToReserve(std::size_t bodySize) {
         return std::min(bodySize / kSmallestEntry, kEntriesReservedAtMost);
+    }
+
+    // A value of a kind other than map whose payload of length bytes is at payload, followed by
+    // available bytes of input in all. Returned raw, for the caller to own at once: a smart
+    // pointer would come back through memory on this hot path.
+    OrvexValue* Scalar(Kind kind, uint32_t length, const uint8_t* payload, std::size_t available) {
+        return IsShort(kind, length) ? ShortScalar(kind, length, payload, available)
+                                     : LongScalar(kind, length, payload);
+    }
+
+    static bool IsShort(Kind kind, uint32_t length) {
+        return OrvexValue::StoredSize(kind, length) <= OrvexValue::kInlineBytes;
+    }
+
+    // Most values: numbers and short texts, kept inside the value.
+    OrvexValue* ShortScalar(Kind kind, uint32_t length, const uint8_t* payload,
+                            std::size_t available) {
+        if (!MakeRoom(kShortValueFootprint)) {
+            return nullptr;
+        }
+        OrvexValue* value = OrvexValue::NewIn(*chunk_);
+        value->kind_ = kind;
+        value->length_ = length;
+        CopyPayload(*value, payload, available);
+        return value;
+    }
+
+    // Texts and blocks too long to be kept inside the value: in the chunk up to a limit, past it
+    // on the heap.
+    OrvexValue* LongScalar(Kind kind, uint32_t length, const uint8_t* payload) {
+        const std::size_t stored = OrvexValue::StoredSize(kind, length);
+        if (stored > OrvexValue::kChunkPayloadLimit) {
+            auto value = NewValue(kind, length);
+            if (!value || !value->Allocate(kind, length, chunk_)) {
+                return nullptr;
+            }
+            std::memcpy(value->storage_.heap, payload, length);
+            return value.release();
+        }
+        if (!MakeRoom(kShortValueFootprint + ValueChunk::Rounded(stored))) {
+            return nullptr;
+        }
+        OrvexValue* value = OrvexValue::NewIn(*chunk_);
+        value->PlacePayloadIn(*chunk_, kind, length);
+        std::memcpy(value->storage_.heap, payload, length);
+        return value;
     }
 
     // Copies the payload (its length already set) from in, which has available bytes. A short
@@ -210,41 +291,57 @@ private:
         }
     }
 
-    // A kind-0 value in the current chunk, with room after it for its payload or nested set; a
-    // new chunk is begun when the current one is full.
+    // A kind-0 value in the current chunk, with room after it for its payload or nested set.
     std::unique_ptr<OrvexValue> NewValue(Kind kind, uint32_t length) {
-        const std::size_t footprint = OrvexValue::ChunkFootprint(kind, length);
-        if (chunk_ == nullptr || chunk_->Room() < footprint) {
-            ValueChunk* fresh = ValueChunk::Make(std::max(footprint, chunkSize_));
-            if (fresh == nullptr) {
-                return nullptr;
-            }
-            if (chunk_ != nullptr) {
-                chunk_->ReaderDone();
-            }
-            chunk_ = fresh;
+        if (!MakeRoom(OrvexValue::ChunkFootprint(kind, length))) {
+            return nullptr;
         }
         return std::unique_ptr<OrvexValue>(OrvexValue::NewIn(*chunk_));
     }
 
-    std::unique_ptr<OrvexValue> ReadMap(std::span<const uint8_t> payload, uint32_t depth,
-                                        std::size_t& advance, bool& collapsed) {
-        if (depth >= kMaxDepth || !Spend(kValueHeaderSize)) {
+    // Room in the current chunk for the entries a body may hold.
+    bool ReserveEntries(ChunkVector<ValueSet::Entry>& entries, std::size_t count) {
+        const std::size_t bytes = ValueChunk::Rounded(count * sizeof(ValueSet::Entry));
+        return count == 0 || (MakeRoom(bytes) && entries.ReserveIn(*chunk_, count));
+    }
+
+    // True when the current chunk has room for footprint, after beginning a new one if needed.
+    bool MakeRoom(std::size_t footprint) {
+        return (chunk_ != nullptr && chunk_->Room() >= footprint) || BeginChunk(footprint);
+    }
+
+    bool BeginChunk(std::size_t footprint) {
+        ValueChunk* fresh = ValueChunk::Make(std::max(footprint, chunkSize_));
+        if (fresh == nullptr) {
+            return false;
+        }
+        if (chunk_ != nullptr) {
+            chunk_->ReaderDone();
+        }
+        chunk_ = fresh;
+        return true;
+    }
+
+    // A map value read from its nested body. size in: the body's length; out: the size of the
+    // set read, shorter than the body when a key repeated inside.
+    std::unique_ptr<OrvexValue> Map(std::span<const uint8_t> body, uint32_t depth,
+                                    std::size_t& size, bool& collapsed) {
+        if (depth >= kMaxDepth) {
             return nullptr;
         }
         auto value = NewValue(Kind::Map, 0);
         if (!value) {
             return nullptr;
         }
-        value->MakeMapIn(*chunk_, static_cast<uint32_t>(payload.size()));
+        value->MakeMapIn(*chunk_, static_cast<uint32_t>(body.size()));
         bool nestedCollapsed = false;
-        if (!Body(payload, depth + 1, *value->storage_.map, nestedCollapsed)) {
+        if (!Body(body, depth + 1, *value->storage_.map, nestedCollapsed)) {
             return nullptr;
         }
         collapsed = collapsed || nestedCollapsed;
-        const uint64_t nested =
-            nestedCollapsed ? BodySize(*value->storage_.map, false) : payload.size();
-        advance = static_cast<std::size_t>(kValueHeaderSize + nested);
+        if (nestedCollapsed) {
+            size = static_cast<std::size_t>(BodySize(*value->storage_.map, false));
+        }
         return value;
     }
 

@@ -356,6 +356,55 @@ TEST(ValueSet, keys_out_of_order_on_the_wire_read_into_order) {
     EXPECT_EQ(Encode(set), Cat({Entry("a", 1, {1}), Entry("b", 1, {1}), Entry("c", 1, {1})}));
 }
 
+TEST(ValueSet, keys_sharing_eight_bytes_or_more_are_ordered_by_the_first_byte_that_differs) {
+    const std::vector<std::string> keys = {
+        "MaxCPUFrequency",    "MaxCPUFrequencz",        "MaxCPUFr",
+        "MaxCPUFr\x80",       "MaxCPUFr\x01",           "MaxCPUTemprature",
+        std::string(9, '\0'), std::string(8, '\0'),     "MaxCPUFrequency\xFF",
+        "MaxCPUFrequency2",   "MaxCPUFrequencyAndMore", "MaxCPUFreq"};
+    std::vector<std::string> expected = keys;
+    std::sort(expected.begin(), expected.end()); // std::string compares bytes as unsigned
+    ValueSet set;
+    Bytes reversed;
+    for (auto key = expected.rbegin(); key != expected.rend(); ++key) {
+        ASSERT_TRUE(set.SetBool(*key, true));
+        reversed = Cat({reversed, Entry(*key, 1, {1})});
+    }
+    std::vector<std::string> order;
+    for (const auto& [key, value] : set) {
+        order.push_back(key);
+    }
+    EXPECT_EQ(order, expected);
+    ValueSet read;
+    ASSERT_TRUE(Decode(read, reversed));
+    EXPECT_EQ(Encode(read), Encode(set));
+}
+
+TEST(ValueSet, read_set_and_its_nested_set_take_new_keys_before_between_and_after) {
+    ValueSet source;
+    source.SetInt32("M", 1);
+    source.CreateMap("N")->SetInt32("M", 2);
+    ValueSet set;
+    ASSERT_TRUE(Decode(set, Encode(source)));
+    ValueSet expected;
+    expected.SetInt32("M", 1);
+    ValueSet* expectedNested = expected.CreateMap("N");
+    expectedNested->SetInt32("M", 2);
+    for (int i = 0; i < 100; ++i) {
+        for (const std::string& key :
+             {"A" + std::to_string(i), "Mid" + std::to_string(i), "Z" + std::to_string(i)}) {
+            ASSERT_TRUE(set.SetInt32(key, i));
+            ASSERT_TRUE(set.FindMap("N")->SetInt32(key, -i));
+            expected.SetInt32(key, i);
+            expectedNested->SetInt32(key, -i);
+        }
+    }
+    EXPECT_EQ(set.GetInt32("M"), 1);
+    EXPECT_EQ(set.FindMap("N")->GetInt32("M"), 2);
+    EXPECT_EQ(set.FindMap("N")->Count(), 301u);
+    EXPECT_EQ(Encode(set), Encode(expected));
+}
+
 TEST(ValueSet, key_of_255_bytes_is_kept_and_one_of_256_refused) {
     ValueSet set;
     const std::string longest(255, 'k');
