@@ -1,8 +1,8 @@
-#include "host/ms_format.h"
+#include "host_win32/ms_format.h"
 
 #include <gtest/gtest.h>
 
-namespace test_host {
+namespace orvex_host {
 namespace {
 
 TEST(HostMsFormat, percent_s_in_a_wide_format_takes_a_wide_string) {
@@ -27,4 +27,4 @@ TEST(HostMsFormat, no_format_gives_an_empty_text) {
 }
 
 } // namespace
-} // namespace test_host
+} // namespace orvex_host

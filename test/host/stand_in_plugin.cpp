@@ -1,7 +1,7 @@
 // A stand-in plug-in for the test host's own tests: just enough of the binary contract to show
 // that the host loads, calls back, answers, records and unloads correctly. It relays each
 // request body to the host as its own request and each notification back as its own.
-#include "abi.h"
+#include "host_win32/abi.h"
 
 #include <atomic>
 #include <cstring>
@@ -9,9 +9,9 @@
 
 namespace {
 
-using test_host::abi::Plugin;
-using test_host::abi::PluginTable;
-using test_host::abi::Result;
+using orvex_host::abi::Plugin;
+using orvex_host::abi::PluginTable;
+using orvex_host::abi::Result;
 
 constexpr Result kNoInterface = static_cast<Result>(0x80004002);
 constexpr Result kInvalidArgument = static_cast<Result>(0x80070057);
@@ -27,11 +27,11 @@ std::atomic<int> liveObjects{0};
 struct StandIn {
     Plugin base;
     std::atomic<uint32_t> references{1};
-    test_host::abi::LogSink log = nullptr;
+    orvex_host::abi::LogSink log = nullptr;
     void* logContext = nullptr;
-    test_host::abi::RequestSender request = nullptr;
+    orvex_host::abi::RequestSender request = nullptr;
     void* requestContext = nullptr;
-    test_host::abi::NotificationSender notify = nullptr;
+    orvex_host::abi::NotificationSender notify = nullptr;
     void* notifyContext = nullptr;
 };
 
@@ -41,8 +41,8 @@ StandIn& Self(Plugin* plugin) {
 
 Result QueryInterface(Plugin* plugin, const GUID* iid, void** out) {
     *out = nullptr;
-    if (!IsEqualGUID(*iid, test_host::abi::kUniversalInterface) &&
-        !IsEqualGUID(*iid, test_host::abi::kPluginInterface)) {
+    if (!IsEqualGUID(*iid, orvex_host::abi::kUniversalInterface) &&
+        !IsEqualGUID(*iid, orvex_host::abi::kPluginInterface)) {
         return kNoInterface;
     }
     *out = plugin;
@@ -76,19 +76,19 @@ Result GetName(Plugin*, wchar_t* buffer, uint32_t* count) {
     return 0;
 }
 
-Result SetLogCallback(Plugin* plugin, test_host::abi::LogSink sink, void* context) {
+Result SetLogCallback(Plugin* plugin, orvex_host::abi::LogSink sink, void* context) {
     Self(plugin).log = sink;
     Self(plugin).logContext = context;
     return 0;
 }
 
-Result SetRequestSender(Plugin* plugin, test_host::abi::RequestSender sender, void* context) {
+Result SetRequestSender(Plugin* plugin, orvex_host::abi::RequestSender sender, void* context) {
     Self(plugin).request = sender;
     Self(plugin).requestContext = context;
     return 0;
 }
 
-Result SetNotificationSender(Plugin* plugin, test_host::abi::NotificationSender sender,
+Result SetNotificationSender(Plugin* plugin, orvex_host::abi::NotificationSender sender,
                              void* context) {
     Self(plugin).notify = sender;
     Self(plugin).notifyContext = context;
@@ -105,7 +105,7 @@ Result Relay(StandIn& self, const uint8_t* message, uint32_t size, uint8_t** ans
         return kUnsupported;
     }
     auto* outgoing = static_cast<uint8_t*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size));
-    outgoing[0] = test_host::abi::kRequestType;
+    outgoing[0] = orvex_host::abi::kRequestType;
     std::memcpy(outgoing + 32, message + 32, size - 32);
     uint8_t* hostAnswer = nullptr;
     uint32_t hostAnswerSize = 0;
@@ -127,7 +127,7 @@ Result NotifyBack(StandIn& self, const uint8_t* message, uint32_t size) {
     }
     uint8_t outgoing[64] = {};
     const uint32_t bodySize = size - 32 < 32 ? size - 32 : 32;
-    outgoing[0] = test_host::abi::kNotificationType;
+    outgoing[0] = orvex_host::abi::kNotificationType;
     outgoing[2] = message[1];
     std::memcpy(outgoing + 32, message + 32, bodySize);
     self.notify(self.notifyContext, &self.base, outgoing, 32 + bodySize);
@@ -140,9 +140,9 @@ Result HandleMessage(Plugin* plugin, void*, const uint8_t* message, uint32_t siz
         return kUnsupported;
     }
     switch (message[0]) {
-    case test_host::abi::kRequestType:
+    case orvex_host::abi::kRequestType:
         return Relay(Self(plugin), message, size, answer, answerSize);
-    case test_host::abi::kNotificationType:
+    case orvex_host::abi::kNotificationType:
         return NotifyBack(Self(plugin), message, size);
     default:
         return kUnsupported;

@@ -1,6 +1,6 @@
 #include "test_host.h"
 
-#include "ms_format.h"
+#include "host_win32/ms_format.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -8,6 +8,7 @@
 #include <utility>
 
 namespace test_host {
+using orvex_host::FormatMs;
 namespace {
 
 TestHost& HostOf(void* context) {

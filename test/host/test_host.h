@@ -5,9 +5,9 @@
 //
 // Callbacks may arrive on the plug-in's own threads, so everything recorded is guarded and
 // the Wait* operations block on a condition (never poll) until the record appears.
-#include "abi.h"
-#include "plugin_library.h"
-#include "value_tree.h"
+#include "host_core/value_tree.h"
+#include "host_win32/abi.h"
+#include "host_win32/plugin_library.h"
 
 #include <array>
 #include <chrono>
@@ -19,6 +19,22 @@
 #include <vector>
 
 namespace test_host {
+
+// The contract, the loader and the codec are the ones the reference host uses too.
+namespace abi = orvex_host::abi;
+using orvex_host::Decode;
+using orvex_host::Encode;
+using orvex_host::EventHandlerReference;
+using orvex_host::InterfaceReference;
+using orvex_host::Kind;
+using orvex_host::LibraryModule;
+using orvex_host::PluginReference;
+using orvex_host::ReadText;
+using orvex_host::RegistryForm;
+using orvex_host::TextSlot;
+using orvex_host::Tree;
+using orvex_host::Value;
+using orvex_host::WindowsFolder;
 
 struct LogLine {
     int32_t level;

@@ -1,9 +1,13 @@
 #include "rml/rml_output.h"
 
+#include "common/child_process.h"
 #include "common/tool_text.h"
+#include "rml/rml_plot.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <ostream>
 #include <vector>
@@ -11,9 +15,11 @@
 namespace {
 
 constexpr std::string_view kUsage =
-    "usage: rml header FILE   print the log's header\n"
-    "       rml csv FILE      print the records as CSV\n"
-    "       rml json FILE     print the header and records as JSON\n";
+    "usage: rml header FILE                 print the log's header\n"
+    "       rml csv FILE                    print the records as CSV\n"
+    "       rml json FILE                   print the header and records as JSON\n"
+    "       rml plot FILE --out CHART.png   draw one panel per item over time (or .svg);\n"
+    "                                       needs gnuplot on the PATH\n";
 
 constexpr std::string_view kTimeColumn = "Time (s)";
 
@@ -109,7 +115,72 @@ std::string FormatRmlJson(const RmlLog& log) {
     return text;
 }
 
-int RunRml(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+namespace {
+
+std::optional<RmlLog> ReadLog(const std::string& path, std::ostream& err) {
+    const std::optional<std::vector<uint8_t>> bytes = ReadFileBytes(path);
+    if (!bytes) {
+        err << "rml: cannot read " << path << "\n";
+        return std::nullopt;
+    }
+    RmlParseResult parsed = ParseRmlLog(*bytes);
+    if (!parsed.log) {
+        err << "rml: " << path << ": " << parsed.error << "\n";
+    }
+    return std::move(parsed.log);
+}
+
+std::string FileName(const std::string& path) {
+    return std::filesystem::path(path).filename().string();
+}
+
+int Plot(const std::string& logPath, const std::string& chartPath, std::string_view searchPath,
+         std::ostream& out, std::ostream& err) {
+    const std::optional<ChartFormat> format = ChartFormatOf(chartPath);
+    if (!format) {
+        err << "rml: the chart must be a .png or .svg file: " << chartPath << "\n";
+        return 2;
+    }
+    const std::optional<RmlLog> log = ReadLog(logPath, err);
+    if (!log) {
+        return 1;
+    }
+    if (log->records.empty()) {
+        err << "rml: " << logPath << ": no records to plot\n";
+        return 1;
+    }
+    const std::optional<std::string> gnuplot = FindProgram("gnuplot", searchPath);
+    if (!gnuplot) {
+        err << "rml: gnuplot is not installed (no gnuplot on the PATH); install gnuplot-nox\n";
+        return 1;
+    }
+    std::error_code ignored;
+    std::filesystem::remove(chartPath, ignored);
+    const std::optional<int> exitCode =
+        RunWithInput(*gnuplot, GnuplotChartScript(*log, FileName(logPath), chartPath, *format));
+    if (!exitCode || *exitCode != 0 || !std::filesystem::exists(chartPath, ignored)) {
+        err << "rml: gnuplot did not draw " << chartPath << "\n";
+        return 1;
+    }
+    out << chartPath << "\n";
+    return 0;
+}
+
+bool AsksForHelp(std::span<const std::string_view> args) {
+    return std::find(args.begin(), args.end(), "--help") != args.end();
+}
+
+} // namespace
+
+int RunRml(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
+           std::string_view searchPath) {
+    if (AsksForHelp(args)) {
+        out << kUsage;
+        return 0;
+    }
+    if (args.size() == 4 && args[0] == "plot" && args[2] == "--out") {
+        return Plot(std::string(args[1]), std::string(args[3]), searchPath, out, err);
+    }
     using Format = std::string (*)(const RmlLog&);
     const std::string_view command = args.empty() ? std::string_view() : args[0];
     const Format format = command == "header" ? FormatRmlHeader
@@ -120,17 +191,10 @@ int RunRml(std::span<const std::string_view> args, std::ostream& out, std::ostre
         err << kUsage;
         return 2;
     }
-    const std::string path(args[1]);
-    const std::optional<std::vector<uint8_t>> bytes = ReadFileBytes(path);
-    if (!bytes) {
-        err << "rml: cannot read " << path << "\n";
+    const std::optional<RmlLog> log = ReadLog(std::string(args[1]), err);
+    if (!log) {
         return 1;
     }
-    const RmlParseResult parsed = ParseRmlLog(*bytes);
-    if (!parsed.log) {
-        err << "rml: " << path << ": " << parsed.error << "\n";
-        return 1;
-    }
-    out << format(*parsed.log);
+    out << format(*log);
     return 0;
 }

@@ -30,6 +30,8 @@ std::string FormatRmlCsv(const RmlLog& log);
 // one value per item name. Values that JSON cannot carry (NaN, infinities) are null.
 std::string FormatRmlJson(const RmlLog& log);
 
-// `rml header|csv|json FILE`. Returns the exit code: 0 done, 1 the file is unreadable or not a
-// log, 2 the command line is wrong.
-int RunRml(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
+// `rml header|csv|json FILE` and `rml plot FILE --out CHART`, which runs the gnuplot found in
+// `searchPath` (a PATH value). Returns the exit code: 0 done, 1 the file is unreadable or not a
+// log, or the chart could not be drawn, 2 the command line is wrong.
+int RunRml(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
+           std::string_view searchPath);

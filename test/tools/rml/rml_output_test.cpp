@@ -1,7 +1,10 @@
+#include "common/child_process.h"
+#include "common/tool_text.h"
 #include "fake_time_kernel_objects.h"
 #include "recorder_probe.h"
 #include "recording/monitor_recorder.h"
 #include "rml/rml_output.h"
+#include "rml/rml_plot.h"
 #include "sample_rml_log.h"
 #include "sim/fake_clock.h"
 #include "sim/fake_ui_processes.h"
@@ -34,10 +37,11 @@ struct ToolRun {
     std::string err;
 };
 
-ToolRun RunTool(std::vector<std::string_view> args) {
+ToolRun RunTool(std::vector<std::string_view> args,
+                std::string_view searchPath = ProcessSearchPath()) {
     std::ostringstream out;
     std::ostringstream err;
-    const int exitCode = RunRml(args, out, err);
+    const int exitCode = RunRml(args, out, err, searchPath);
     return {exitCode, out.str(), err.str()};
 }
 
@@ -222,4 +226,165 @@ TEST(RmlOutput, tool_on_a_foreign_file_says_what_is_wrong_and_exits_1) {
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "rml: " + foreign.Path() +
                            ": not a recording log: the file does not start with \"_RML\"\n");
+}
+
+namespace {
+
+size_t Count(const std::string& text, std::string_view part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+uint32_t BigEndian32(const std::vector<uint8_t>& bytes, size_t at) {
+    return static_cast<uint32_t>(bytes[at]) << 24 | static_cast<uint32_t>(bytes[at + 1]) << 16 |
+           static_cast<uint32_t>(bytes[at + 2]) << 8 | bytes[at + 3];
+}
+
+// The charts are drawn by the real gnuplot, which the project's setup installs on the build
+// machine; a Windows build run under Wine has none on its PATH.
+bool GnuplotAvailable() {
+#if defined(_WIN32)
+    return false;
+#else
+    return true;
+#endif
+}
+
+std::string ReadText(const std::filesystem::path& path) {
+    const std::optional<std::vector<uint8_t>> bytes = ReadFileBytes(path.string());
+    return bytes ? std::string(bytes->begin(), bytes->end()) : std::string();
+}
+
+} // namespace
+
+TEST(RmlPlot, chart_format_follows_the_extension_in_any_case) {
+    EXPECT_EQ(ChartFormatOf("chart.png"), ChartFormat::Png);
+    EXPECT_EQ(ChartFormatOf("out/Chart.SVG"), ChartFormat::Svg);
+    EXPECT_EQ(ChartFormatOf("chart.pdf"), std::nullopt);
+    EXPECT_EQ(ChartFormatOf(".png"), std::nullopt);
+    EXPECT_EQ(ChartFormatOf("png"), std::nullopt);
+}
+
+TEST(RmlPlot, gnuplot_strings_double_inner_quotes) {
+    EXPECT_EQ(GnuplotString("plain.rml"), "'plain.rml'");
+    EXPECT_EQ(GnuplotString("it's'; system 'rm"), "'it''s''; system ''rm'");
+}
+
+TEST(RmlPlot, script_draws_one_panel_per_item_with_its_unit_under_a_titled_layout) {
+    const std::string script =
+        GnuplotChartScript(Sample(), "run.rml", "/tmp/chart.png", ChartFormat::Png);
+    EXPECT_NE(script.find("set terminal pngcairo"), std::string::npos);
+    EXPECT_NE(script.find("set output '/tmp/chart.png'\n"), std::string::npos);
+    EXPECT_NE(script.find("set multiplot layout 5,2 title 'run.rml - interval 500 ms'"),
+              std::string::npos);
+    EXPECT_EQ(Count(script, "\nplot $records using 1:"), 10u);
+    EXPECT_NE(script.find("plot $records using 1:11 "), std::string::npos);
+    EXPECT_NE(script.find("set ylabel 'MHz'"), std::string::npos);
+    EXPECT_NE(script.find("set ylabel '" CELSIUS "'"), std::string::npos);
+    EXPECT_NE(script.find("set ylabel 'kB/s'"), std::string::npos);
+    EXPECT_NE(script.find("set title 'Used memory' noenhanced\nset ylabel 'Used memory'"),
+              std::string::npos);
+    EXPECT_NE(script.find("set xlabel 'Time (s)'"), std::string::npos);
+}
+
+TEST(RmlPlot, script_data_block_holds_one_row_per_record_with_its_time) {
+    const std::string script =
+        GnuplotChartScript(Sample(), "run.rml", "chart.svg", ChartFormat::Svg);
+    EXPECT_NE(script.find("set terminal svg"), std::string::npos);
+    EXPECT_NE(script.find("$records << EOD\n"
+                          "0,2400,55,12.5,1500,60,3,8123,1.5,0,4096\n"
+                          "0.5,3300,71,88,1800,65,97,9000,100,12.25,0\n"
+                          "1,800,42,0.1,0,0,0,7000.5,0,0,0\n"
+                          "EOD\n"),
+              std::string::npos)
+        << script;
+}
+
+TEST(RmlPlot, png_chart_is_a_png_image_of_the_whole_layout) {
+    if (!GnuplotAvailable()) {
+        GTEST_SKIP() << "no gnuplot in this tree";
+    }
+    const TemporaryFile log("rml_plot_test.rml", SampleRmlLog());
+    const std::filesystem::path chart = std::filesystem::temp_directory_path() / "rml_plot.png";
+    const ToolRun run = RunTool({"plot", log.Path(), "--out", chart.string()});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const std::optional<std::vector<uint8_t>> png = ReadFileBytes(chart.string());
+    std::filesystem::remove(chart);
+    ASSERT_TRUE(png);
+    ASSERT_GT(png->size(), 24u);
+    const std::vector<uint8_t> signature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    EXPECT_TRUE(std::equal(signature.begin(), signature.end(), png->begin()));
+    EXPECT_EQ(std::string(png->begin() + 12, png->begin() + 16), "IHDR");
+    EXPECT_EQ(BigEndian32(*png, 16), 1280u); // two panels of 640
+    EXPECT_EQ(BigEndian32(*png, 20), 1560u); // five rows of 300 and the title
+    EXPECT_GT(png->size(), 10'000u);         // drawn, not blank
+}
+
+TEST(RmlPlot, svg_chart_is_a_whole_svg_document_naming_every_panel) {
+    if (!GnuplotAvailable()) {
+        GTEST_SKIP() << "no gnuplot in this tree";
+    }
+    const TemporaryFile log("rml_plot_test_svg.rml", SampleRmlLog());
+    const std::filesystem::path chart = std::filesystem::temp_directory_path() / "rml_plot.svg";
+    const ToolRun run = RunTool({"plot", log.Path(), "--out", chart.string()});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const std::string svg = ReadText(chart);
+    std::filesystem::remove(chart);
+    EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
+    EXPECT_NE(svg.find("<svg"), std::string::npos);
+    EXPECT_NE(svg.find("</svg>"), std::string::npos);
+    EXPECT_EQ(Count(svg, "<svg"), Count(svg, "</svg>"));
+    EXPECT_NE(svg.find("rml_plot_test_svg.rml - interval 500 ms"), std::string::npos);
+    for (const char* panel :
+         {"CPU frequency", "CPU temperature", "CPU usage", "GPU frequency", "GPU temperature",
+          "GPU usage", "Used memory", "Disk active time", "Disk read speed", "Disk write speed"}) {
+        EXPECT_NE(svg.find(panel), std::string::npos) << panel;
+    }
+}
+
+TEST(RmlPlot, without_gnuplot_the_tool_fails_with_1_and_says_so) {
+    const TemporaryFile log("rml_plot_test_nognuplot.rml", SampleRmlLog());
+    const std::filesystem::path empty = std::filesystem::temp_directory_path() / "rml_no_tools";
+    std::filesystem::create_directories(empty);
+    const ToolRun run = RunTool({"plot", log.Path(), "--out", "never.png"}, empty.string());
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "rml: gnuplot is not installed (no gnuplot on the PATH); install "
+                       "gnuplot-nox\n");
+    EXPECT_FALSE(std::filesystem::exists("never.png"));
+}
+
+TEST(RmlPlot, a_chart_of_another_format_is_a_wrong_command_line) {
+    const ToolRun run = RunTool({"plot", "any.rml", "--out", "chart.pdf"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "rml: the chart must be a .png or .svg file: chart.pdf\n");
+}
+
+TEST(RmlPlot, plot_without_out_is_a_wrong_command_line) {
+    EXPECT_EQ(RunTool({"plot", "any.rml"}).exitCode, 2);
+    EXPECT_EQ(RunTool({"plot", "any.rml", "--to", "c.png"}).exitCode, 2);
+}
+
+TEST(RmlPlot, a_log_without_records_has_nothing_to_plot) {
+    std::vector<uint8_t> bytes = SampleRmlLog();
+    bytes.resize(kRmlHeaderBytes);
+    const TemporaryFile log("rml_plot_test_empty.rml", bytes);
+    const ToolRun run = RunTool({"plot", log.Path(), "--out", "never.png"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.err.find("no records to plot"), std::string::npos) << run.err;
+}
+
+TEST(RmlPlot, an_unreadable_log_fails_with_1) {
+    const ToolRun run = RunTool({"plot", "/nonexistent/run.rml", "--out", "never.png"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "rml: cannot read /nonexistent/run.rml\n");
+}
+
+TEST(RmlTool, help_prints_the_usage_on_standard_output_and_succeeds) {
+    const ToolRun run = RunTool({"plot", "--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.out.find("rml plot FILE --out CHART.png"), std::string::npos);
+    EXPECT_TRUE(run.err.empty());
 }

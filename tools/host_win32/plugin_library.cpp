@@ -1,9 +1,9 @@
-#include "plugin_library.h"
+#include "host_win32/plugin_library.h"
 
 #include <cstdio>
 #include <utility>
 
-namespace test_host {
+namespace orvex_host {
 
 std::wstring WindowsFolder(std::string_view folder) {
     std::wstring path(folder.begin(), folder.end()); // build-tree paths are plain ASCII
@@ -69,4 +69,4 @@ std::string RegistryForm(const GUID& id) {
     return text;
 }
 
-} // namespace test_host
+} // namespace orvex_host

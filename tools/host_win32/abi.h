@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <windows.h>
 
-namespace test_host::abi {
+namespace orvex_host::abi {
 
 using Result = int32_t;
 
@@ -137,4 +137,4 @@ inline constexpr size_t kHeaderSize = 32;
 inline constexpr uint8_t kRequestType = 0xE1;
 inline constexpr uint8_t kNotificationType = 0xE4;
 
-} // namespace test_host::abi
+} // namespace orvex_host::abi

@@ -5,9 +5,9 @@
 #include <cstdarg>
 #include <string>
 
-namespace test_host {
+namespace orvex_host {
 
 std::wstring FormatMs(const wchar_t* format, va_list arguments);
 std::wstring FormatMsArgs(const wchar_t* format, ...);
 
-} // namespace test_host
+} // namespace orvex_host

@@ -1,9 +1,9 @@
-#include "ms_format.h"
+#include "host_win32/ms_format.h"
 
 #include <vector>
 #include <windows.h>
 
-namespace test_host {
+namespace orvex_host {
 namespace {
 
 using VsnwprintfEntry = int (*)(wchar_t* buffer, size_t count, const wchar_t* format,
@@ -54,4 +54,4 @@ std::wstring FormatMsArgs(const wchar_t* format, ...) {
     return text;
 }
 
-} // namespace test_host
+} // namespace orvex_host

@@ -1,13 +1,13 @@
 #pragma once
 // Owners for what loading a plug-in creates: the module (FreeLibrary) and the plug-in object
 // (one reference, Release).
-#include "abi.h"
+#include "host_win32/abi.h"
 
 #include <string>
 #include <string_view>
 #include <utility>
 
-namespace test_host {
+namespace orvex_host {
 
 // A Windows path for a folder given either in Windows form or as a Unix path under Wine
 // (which maps the Unix root to drive Z:).
@@ -69,4 +69,4 @@ std::wstring ReadText(abi::Plugin* plugin, TextSlot slot);
 // "{D22B890B-E516-4151-9943-ABF087C47073}"
 std::string RegistryForm(const GUID& id);
 
-} // namespace test_host
+} // namespace orvex_host

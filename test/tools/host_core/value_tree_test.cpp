@@ -1,8 +1,8 @@
-#include "host/value_tree.h"
+#include "host_core/value_tree.h"
 
 #include <gtest/gtest.h>
 
-namespace test_host {
+namespace orvex_host {
 namespace {
 
 std::vector<uint8_t> Bytes(std::initializer_list<int> values) {
@@ -83,4 +83,4 @@ TEST(HostValueTree, an_empty_body_is_an_empty_tree) {
 }
 
 } // namespace
-} // namespace test_host
+} // namespace orvex_host

@@ -1,6 +1,7 @@
 #pragma once
-// A small value-tree codec of the test host's own, for building request bodies and reading
-// answers. It is deliberately separate from the plug-in's: a shared mistake would hide itself.
+// A small value-tree codec of the hosts' own (the test host and the reference host), for
+// building request bodies and reading answers. It is deliberately separate from the plug-in's:
+// a shared mistake would hide itself.
 // The decoder checks every declared length, so it also serves to inspect hostile bytes.
 #include <cstdint>
 #include <optional>
@@ -10,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace test_host {
+namespace orvex_host {
 
 enum class Kind : uint8_t {
     Boolean = 1,
@@ -71,4 +72,4 @@ std::vector<uint8_t> Encode(const Tree& tree);
 // Nothing when a kind is unknown or a declared length runs past the end.
 std::optional<Tree> Decode(std::span<const uint8_t> body);
 
-} // namespace test_host
+} // namespace orvex_host

@@ -1,9 +1,9 @@
-#include "value_tree.h"
+#include "host_core/value_tree.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace test_host {
+namespace orvex_host {
 namespace {
 
 template <typename Number>
@@ -60,6 +60,38 @@ bool IsKind(uint8_t kind) {
     return false;
 }
 
+// The wire carries UTF-16 code units; a wide string is UTF-16 on Windows and UTF-32 elsewhere.
+std::u16string Utf16Units(std::wstring_view text) {
+    std::u16string units;
+    for (const wchar_t c : text) {
+        const auto point = static_cast<uint32_t>(c);
+        if (point > 0xFFFF) {
+            units += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
+            units += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+        } else {
+            units += static_cast<char16_t>(point);
+        }
+    }
+    return units;
+}
+
+// Code units as they came; where a wide character holds more than 16 bits, a surrogate pair
+// becomes the one character it encodes.
+std::wstring WideText(std::u16string_view units) {
+    std::wstring text;
+    for (size_t i = 0; i < units.size(); ++i) {
+        const uint32_t unit = units[i];
+        const bool pair = sizeof(wchar_t) > 2 && unit >= 0xD800 && unit < 0xDC00 &&
+                          i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000;
+        if (pair) {
+            text += static_cast<wchar_t>(0x10000 + ((unit - 0xD800) << 10) + (units[++i] - 0xDC00));
+        } else {
+            text += static_cast<wchar_t>(unit);
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 Tree::Tree(std::initializer_list<std::pair<std::string, Value>> entries) {
@@ -103,9 +135,11 @@ Value Value::Double(double value) {
 }
 
 Value Value::Wide(std::wstring_view text) {
-    static_assert(sizeof(wchar_t) == 2, "the wire carries UTF-16 code units");
-    Value value{static_cast<uint8_t>(Kind::Wide), std::vector<uint8_t>(text.size() * 2), {}};
-    std::memcpy(value.payload.data(), text.data(), value.payload.size());
+    Value value{static_cast<uint8_t>(Kind::Wide), {}, {}};
+    for (const char16_t unit : Utf16Units(text)) {
+        value.payload.push_back(static_cast<uint8_t>(unit & 0xFF));
+        value.payload.push_back(static_cast<uint8_t>(unit >> 8));
+    }
     return value;
 }
 
@@ -142,9 +176,11 @@ std::optional<std::wstring> Value::AsWide() const {
     if (!Is(Kind::Wide) || payload.size() % 2 != 0) {
         return std::nullopt;
     }
-    std::wstring text(payload.size() / 2, L'\0');
-    std::memcpy(text.data(), payload.data(), payload.size());
-    return text;
+    std::u16string units(payload.size() / 2, u'\0');
+    for (size_t i = 0; i < units.size(); ++i) {
+        units[i] = static_cast<char16_t>(payload[2 * i] | payload[2 * i + 1] << 8);
+    }
+    return WideText(units);
 }
 
 std::vector<uint8_t> Encode(const Tree& tree) {
@@ -185,4 +221,4 @@ std::optional<Tree> Decode(std::span<const uint8_t> body) {
     return tree;
 }
 
-} // namespace test_host
+} // namespace orvex_host
