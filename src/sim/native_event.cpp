@@ -26,6 +26,12 @@ public:
         return created;
     }
 
+    std::shared_ptr<SignalState> Find(const std::u16string& name) {
+        std::lock_guard lock(lock_);
+        const auto entry = events_.find(name);
+        return entry == events_.end() ? nullptr : entry->second.lock();
+    }
+
 private:
     // The name may already belong to a newer event made after this one's last handle went.
     void Forget(const std::u16string& name) {
@@ -51,6 +57,10 @@ NamedEvents& Registry() {
 std::shared_ptr<SignalState> OpenNamedEvent(const std::u16string& name, SignalState::Reset mode,
                                             bool signalled) {
     return Registry().Open(name, mode, signalled);
+}
+
+std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name) {
+    return Registry().Find(name);
 }
 
 } // namespace sim

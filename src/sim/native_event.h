@@ -28,4 +28,7 @@ public:
 std::shared_ptr<SignalState> OpenNamedEvent(const std::u16string& name, SignalState::Reset mode,
                                             bool signalled);
 
+// The signal state of the named event `name` while a handle to it is open; null otherwise.
+std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name);
+
 } // namespace sim
