@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace VelmorValueSet {
+class ValueSet;
+}
+struct PluginPorts;
+
+// What the graphics adapter reports as the top of its gauges (GPUMaxInfo).
+struct GpuMaxima {
+    uint32_t ProcessorFrequency = 0;
+    uint32_t MemoryFrequency = 0;
+    int32_t Voltage = 0;
+    int16_t Usage = 0;
+    int16_t Temperature = 0;
+};
+
+// The outcome of asking the adapter controller for a device and its maxima.
+struct AdapterMaxima {
+    int32_t CreateResult = 0; // CreateDevice's result; negative when no device was made
+    GpuMaxima Maxima;         // zero unless the device reported them
+};
+
+// The graphics side as the plug-in drives it: the adapter controller, the GPU readers and the fan
+// acoustic table.
+class GpuSide {
+public:
+    virtual ~GpuSide() = default;
+
+    virtual void LoadFanAcoustic(const std::u16string& modelName) = 0;
+    // The controller calls adaptersChanged(owner) when the adapters change.
+    virtual void InitializeAdapters(void* owner, void (*adaptersChanged)(void*)) = 0;
+    virtual void RefreshAdapters() = 0;
+    // The adapters changed: forget the adapter index the readers keep.
+    virtual void AdaptersChanged() = 0;
+    virtual void UninitializeAdapters(void* owner) = 0;
+    // Nothing when there is no adapter controller to ask.
+    virtual std::optional<AdapterMaxima> ReadAdapterMaxima() = 0;
+
+    // Answers of commands 1 and 2.
+    virtual void GetGPUMonitorInformation(VelmorValueSet::ValueSet& answer) = 0;
+    virtual void GetGPUDeviceInformation(VelmorValueSet::ValueSet& answer) = 0;
+    virtual void GetBaseInformation(VelmorValueSet::ValueSet& answer) = 0;
+};
+
+std::unique_ptr<GpuSide> NewGpuSide(const PluginPorts& ports);
