@@ -1,0 +1,71 @@
+#pragma once
+// The simulated laptop native tests give the monitor plug-in: every port of its composition root
+// filled from src/sim, each scriptable by the test.
+#include "monitor_plugin/plugin_ports.h"
+#include "sim/fake_clock.h"
+#include "sim/fake_firmware_devices.h"
+#include "sim/fake_helper_library.h"
+#include "sim/fake_message_programs.h"
+#include "sim/fake_ui_processes.h"
+#include "sim/fake_window_messages.h"
+#include "sim/memory_log_files.h"
+#include "sim/native_kernel_objects.h"
+#include "sim/native_shared_events.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <set>
+
+// The host's heap, safe for the plug-in's threads; it knows which blocks are still out.
+class LockedHeap final : public ports::HostHeap {
+public:
+    ~LockedHeap() override {
+        for (void* block : live_) {
+            std::free(block);
+        }
+    }
+    void* Allocate(std::size_t size) override {
+        void* block = std::malloc(size == 0 ? 1 : size);
+        std::lock_guard lock(mutex_);
+        live_.insert(block);
+        return block;
+    }
+    void Free(void* block) override {
+        if (block == nullptr) {
+            return;
+        }
+        std::lock_guard lock(mutex_);
+        if (live_.erase(block) == 0) {
+            std::abort(); // freed twice, or never ours
+        }
+        std::free(block);
+    }
+    std::size_t Live() const {
+        std::lock_guard lock(mutex_);
+        return live_.size();
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::set<void*> live_;
+};
+
+struct SimMachine {
+    SimMachine() : helper(sim::FakeHelperLibrary::IntelLaptop()) {}
+
+    PluginPorts Ports() {
+        return {heap,   kernel,   clock,        uiProcesses,    logFiles,
+                helper, firmware, sharedEvents, windowMessages, messagePrograms};
+    }
+
+    LockedHeap heap;
+    sim::NativeKernelObjects kernel;
+    sim::FakeClock clock;
+    sim::FakeUiProcesses uiProcesses;
+    sim::MemoryLogFiles logFiles{kernel};
+    sim::FakeHelperLibrary helper;
+    sim::FakeFirmwareDevices firmware;
+    sim::NativeSharedEvents sharedEvents;
+    sim::FakeWindowMessages windowMessages;
+    sim::FakeMessagePrograms messagePrograms;
+};
