@@ -25,13 +25,11 @@ struct AdapterMaxima {
     GpuMaxima Maxima;         // zero unless the device reported them
 };
 
-// The graphics side as the plug-in drives it: the adapter controller, the GPU readers and the fan
-// acoustic table.
+// The graphics side as the plug-in drives it: the adapter controller and the GPU readers.
 class GpuSide {
 public:
     virtual ~GpuSide() = default;
 
-    virtual void LoadFanAcoustic(const std::u16string& modelName) = 0;
     // The controller calls adaptersChanged(owner) when the adapters change.
     virtual void InitializeAdapters(void* owner, void (*adaptersChanged)(void*)) = 0;
     virtual void RefreshAdapters() = 0;

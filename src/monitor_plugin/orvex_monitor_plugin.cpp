@@ -70,7 +70,8 @@ void OnAdaptersChanged(void* plugin) {
 COrvexMonitorPlugin::COrvexMonitorPlugin(uint32_t hostMode, const PluginPorts& ports)
     : BaseOrvexPlugin(kMonitorIdentity, hostMode, ports.heap), m_ports(ports),
       m_cpu(NewCpuSide(ports)), m_gpu(NewGpuSide(ports)), m_diskActivity(NewDiskCounters(ports)),
-      m_workers(NewBackgroundWorkers(ports, *this)), m_commands(CommandTable::Commands()),
+      m_workers(NewBackgroundWorkers(ports, *this)),
+      m_fanAcoustic(ports.crypto, ports.files, ports.folders), m_commands(CommandTable::Commands()),
       m_monitorLock(ports.kernel.NewCriticalSection()), m_moduleList(MonitorModuleList()) {
     if (m_monitorLock == nullptr) {
         throw std::bad_alloc(); // QueryLibrary answers null
@@ -147,7 +148,7 @@ void COrvexMonitorPlugin::InitializeServiceInstance() {
     const std::u16string modelName = model.GetString(kKeyModelName);
     if (!modelName.empty()) {
         m_modelName = modelName;
-        m_gpu->LoadFanAcoustic(m_modelName);
+        m_fanAcoustic.Load(m_modelName);
     }
     if (m_hRavikACPI == nullptr) {
         m_hRavikACPI = m_ports.firmware.Open(kRavikAcpiDevice);

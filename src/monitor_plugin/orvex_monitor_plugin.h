@@ -1,5 +1,6 @@
 #pragma once
 
+#include "gpu/fan_acoustic.h"
 #include "monitor_plugin/background_workers.h"
 #include "monitor_plugin/command_table.h"
 #include "monitor_plugin/cpu_side.h"
@@ -80,6 +81,8 @@ public:
     ports::Event* FirstUserSessionStartEvent() { return m_hFirstUserSessionStartEvent.get(); }
     ports::Event* PowerResumeEvent() { return m_hPowerResumeEvent.get(); }
     CpuSide& Cpu() { return *m_cpu; }
+    // The model's fan acoustic table, loaded by Initialize and only read afterwards.
+    const gpu::FanAcoustic& FanAcousticTable() const { return m_fanAcoustic; }
     GpuSide& Gpu() { return *m_gpu; }
     // Stops any log of the recording and ends the recording session.
     void DestroyRecorder();
@@ -133,6 +136,7 @@ private:
     std::unique_ptr<GpuSide> m_gpu;
     DiskActivity m_diskActivity;
     std::unique_ptr<BackgroundWorkers> m_workers;
+    gpu::FanAcoustic m_fanAcoustic;
     const CommandTable& m_commands;
 
     std::atomic<int32_t> m_initialised{0};

@@ -29,7 +29,6 @@ private:
 
 class NoGpuReaders final : public GpuSide {
 public:
-    void LoadFanAcoustic(const std::u16string&) override {}
     void InitializeAdapters(void*, void (*)(void*)) override {}
     void RefreshAdapters() override {}
     void AdaptersChanged() override {}

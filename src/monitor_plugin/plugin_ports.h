@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ports/clock.h"
+#include "ports/crypto.h"
+#include "ports/files.h"
 #include "ports/firmware_device.h"
 #include "ports/helper_library.h"
 #include "ports/host_heap.h"
@@ -21,6 +23,9 @@ struct PluginPorts {
     ports::UiProcesses& uiProcesses;
     ports::LogFiles& logFiles;
     ports::HelperLibrary& helper;
+    ports::Files& files;
+    ports::Folders& folders;
+    ports::Crypto& crypto;
     ports::FirmwareDevices& firmware;
     ports::SharedEvents& sharedEvents;
     ports::WindowMessages& windowMessages;

@@ -4,6 +4,8 @@
 #include "monitor_plugin/pending_ports.h"
 #include "win32/process_heap.h"
 #include "win32/win32_clock.h"
+#include "win32/win32_crypto.h"
+#include "win32/win32_files.h"
 #include "win32/win32_firmware_devices.h"
 #include "win32/win32_kernel_objects.h"
 #include "win32/win32_log_files.h"
@@ -24,14 +26,17 @@ struct WindowsMachine {
     win32::Win32UiProcesses uiProcesses;
     win32::Win32LogFiles logFiles;
     MissingHelperLibrary helper;
+    win32::Win32Files files;
+    win32::Win32Folders folders;
+    win32::Win32Crypto crypto;
     win32::Win32FirmwareDevices firmware;
     win32::Win32SharedEvents sharedEvents;
     win32::Win32WindowMessages windowMessages;
     NoMessagePrograms messagePrograms;
 
     PluginPorts Ports() {
-        return {heap,   kernel,   clock,        uiProcesses,    logFiles,
-                helper, firmware, sharedEvents, windowMessages, messagePrograms};
+        return {heap,    kernel, clock,    uiProcesses,  logFiles,       helper,         files,
+                folders, crypto, firmware, sharedEvents, windowMessages, messagePrograms};
     }
 };
 

@@ -1,4 +1,6 @@
 // Initialize and Uninitialize of the monitor plug-in, and its module list, on the simulated laptop.
+#include "gpu/fan_acoustic_file.h"
+#include "gpu/fan_acoustic_key.h"
 #include "plugin_fixture.h"
 
 #include <algorithm>
@@ -88,6 +90,29 @@ TEST_F(InitializeTest, the_host_is_asked_for_product_line_then_model_name) {
         asked.push_back(request.Body().GetString("Cmd"));
     }
     EXPECT_THAT(asked, ElementsAre(u"Query.ProductLine", u"Query.ModelName"));
+}
+
+TEST_F(InitializeTest, the_model_name_of_the_host_loads_the_models_fan_acoustic_table) {
+    const std::vector<gpu::FanPoint> cpu = {{1000, 20.0}, {3000, 40.0}};
+    const std::vector<gpu::FanPoint> gpuFan = {{2000, 30.0}};
+    const auto cipher = machine.crypto.NewAesCipher(gpu::kFanAcousticKey, gpu::kFanAcousticVector);
+    const auto enciphered = cipher->Encrypt(gpu::WriteFanPoints(cpu, gpuFan));
+    ASSERT_TRUE(enciphered.has_value());
+    machine.files.Put(gpu::FanAcoustic::FilePath(u"C:\\ProgramData", u"GX550"),
+                      gpu::FanAcousticFile(gpu::kFanAcousticVector, *enciphered));
+    host.AnswerQuery(u"ModelName", [](ValueSet& a) { a.SetString("ModelName", u"GX550"); });
+    EXPECT_FALSE(plugin->FanAcousticTable().IsLoaded());
+    plugin->Initialize();
+    ASSERT_TRUE(plugin->FanAcousticTable().IsLoaded());
+    double level = 0.0;
+    EXPECT_EQ(plugin->FanAcousticTable().Lookup(0, 2000, level), 1);
+    EXPECT_DOUBLE_EQ(level, 30.0);
+}
+
+TEST_F(InitializeTest, without_a_model_name_no_fan_acoustic_table_is_loaded) {
+    host.AnswerQuery(u"ModelName", [](ValueSet& a) { a.SetInt32("ModelName", 5); });
+    plugin->Initialize();
+    EXPECT_FALSE(plugin->FanAcousticTable().IsLoaded());
 }
 
 TEST_F(InitializeTest, the_firmware_device_is_opened_by_its_ravik_path) {

@@ -8,9 +8,11 @@
 #include "sim/fake_message_programs.h"
 #include "sim/fake_ui_processes.h"
 #include "sim/fake_window_messages.h"
+#include "sim/memory_files.h"
 #include "sim/memory_log_files.h"
 #include "sim/native_kernel_objects.h"
 #include "sim/native_shared_events.h"
+#include "tree_crypto.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -54,8 +56,8 @@ struct SimMachine {
     SimMachine() : helper(sim::FakeHelperLibrary::IntelLaptop()) {}
 
     PluginPorts Ports() {
-        return {heap,   kernel,   clock,        uiProcesses,    logFiles,
-                helper, firmware, sharedEvents, windowMessages, messagePrograms};
+        return {heap,  kernel, clock,    uiProcesses,  logFiles,       helper,         files,
+                files, crypto, firmware, sharedEvents, windowMessages, messagePrograms};
     }
 
     LockedHeap heap;
@@ -64,6 +66,8 @@ struct SimMachine {
     sim::FakeUiProcesses uiProcesses;
     sim::MemoryLogFiles logFiles{kernel};
     sim::FakeHelperLibrary helper;
+    sim::MemoryFiles files;
+    ports::Crypto& crypto = test::TreeCrypto(); // OpenSSL natively, CNG under Wine
     sim::FakeFirmwareDevices firmware;
     sim::NativeSharedEvents sharedEvents;
     sim::FakeWindowMessages windowMessages;
