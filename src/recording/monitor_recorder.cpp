@@ -3,6 +3,7 @@
 #include "recording/record_buffer.h"
 #include "recording/recording_log.h"
 #include "recording/rml_format.h"
+#include "recording/sampling_schedule.h"
 #include "recording/session_lock.h"
 
 #include <algorithm>
@@ -247,11 +248,12 @@ uint32_t MonitorRecorder::Sample(std::shared_ptr<Recording> recording) {
     samplingThreadRecording_ = recording.get();
     ports::Waitable* const ends[] = {recording->uiProcess.get(), recording->threadStop.get()};
     auto outcome = kernel_.WaitAny(ends, 0);
+    SamplingSchedule schedule(recording->intervalMs);
     while (outcome.status == ports::WaitStatus::TimedOut) {
         const int64_t startMs = clock_.ProcessMilliseconds();
+        schedule.SampleStarts(startMs);
         LogSample(recording, TakeSample(*recording), startMs);
-        const auto waitMs = Remaining(clock_, recording->intervalMs, startMs);
-        outcome = kernel_.WaitAny(ends, static_cast<uint32_t>(waitMs));
+        outcome = kernel_.WaitAny(ends, schedule.WaitMs(clock_.ProcessMilliseconds()));
     }
     if (outcome.Signalled(0)) {
         EndRecording(); // the user interface has gone

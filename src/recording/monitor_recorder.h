@@ -38,9 +38,10 @@ struct RecorderPorts {
 
 // Runs one resource recording at a time for the user interface. A sampling thread takes a record
 // of the ten items every interval (measured from the start of one sample to the start of the
-// next) into a ring, announces it, and while logging is on streams the records to a "_RML" log in
-// runs of 60 with overlapped writes. The recording ends by itself when the user interface's
-// process ends.
+// next, and kept on a deadline schedule so that record i is taken at i × interval; see
+// SamplingSchedule) into a ring, announces it, and while logging is on streams the records to a
+// "_RML" log in runs of 60 with overlapped writes. The recording ends by itself when the user
+// interface's process ends.
 //
 // Threads and locks: request threads call every operation; the callbacks run on the sampling
 // thread, with no recorder lock held, so they may call the recorder back (except to destroy it).

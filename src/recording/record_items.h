@@ -21,3 +21,6 @@ static_assert(kRecordBytes == kRecordItemCount * sizeof(double));
 
 // What an item identifier measures ("CPU frequency", ...); empty for an unknown identifier.
 std::string_view RecordItemName(uint32_t id);
+// The unit an item's values are in ("MHz", "°C", "%", "kB/s"); empty when its source fixes
+// none or the identifier is unknown. UTF-8.
+std::string_view RecordItemUnit(uint32_t id);

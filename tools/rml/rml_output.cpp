@@ -16,6 +16,8 @@ constexpr std::string_view kUsage =
     "       rml csv FILE      print the records as CSV\n"
     "       rml json FILE     print the header and records as JSON\n";
 
+constexpr std::string_view kTimeColumn = "Time (s)";
+
 // Shortest text that reads back as the same double; every NaN prints as "nan", whatever its sign.
 std::string Number(double value) {
     if (std::isnan(value)) {
@@ -51,9 +53,30 @@ std::optional<std::vector<uint8_t>> ReadFileBytes(const std::string& path) {
 
 } // namespace
 
-std::string ItemColumnName(uint32_t id) {
+std::string ItemName(uint32_t id) {
     const std::string_view name = RecordItemName(id);
     return name.empty() ? Hex(id) : std::string(name);
+}
+
+std::string ItemColumnName(uint32_t id) {
+    const std::string_view unit = RecordItemUnit(id);
+    return unit.empty() ? ItemName(id) : ItemName(id) + " (" + std::string(unit) + ")";
+}
+
+double RecordSeconds(const RmlLog& log, std::size_t index) {
+    // One rounding only, in the division, so record i reads as the decimal i × interval / 1000.
+    return static_cast<double>(static_cast<int64_t>(index) * log.intervalMs) / 1000.0;
+}
+
+std::string CsvField(std::string_view text) {
+    if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
+        return std::string(text);
+    }
+    std::string quoted = "\"";
+    for (const char c : text) {
+        quoted += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return quoted + "\"";
 }
 
 std::string FormatRmlHeader(const RmlLog& log) {
@@ -62,21 +85,22 @@ std::string FormatRmlHeader(const RmlLog& log) {
                        "records: " + std::to_string(log.records.size()) + "\n" +
                        "items: " + std::to_string(log.items.size()) + "\n";
     for (const RecordItemInfo& item : log.items) {
-        text += "  " + Hex(item.id) + " " + ItemColumnName(item.id) + ": maximum " +
+        text += "  " + Hex(item.id) + " " + ItemName(item.id) + ": maximum " +
                 Number(item.maximum) + ", minimum " + Number(item.minimum) + "\n";
     }
     return text;
 }
 
 std::string FormatRmlCsv(const RmlLog& log) {
-    std::string text;
-    for (std::size_t i = 0; i < log.items.size(); ++i) {
-        text += (i == 0 ? "" : ",") + ItemColumnName(log.items[i].id);
+    std::string text(kTimeColumn);
+    for (const RecordItemInfo& item : log.items) {
+        text += "," + CsvField(ItemColumnName(item.id));
     }
     text += "\n";
-    for (const RecordValues& record : log.records) {
-        for (std::size_t i = 0; i < record.size(); ++i) {
-            text += (i == 0 ? "" : ",") + Number(record[i]);
+    for (std::size_t r = 0; r < log.records.size(); ++r) {
+        text += Number(RecordSeconds(log, r));
+        for (const double value : log.records[r]) {
+            text += "," + Number(value);
         }
         text += "\n";
     }
@@ -86,20 +110,22 @@ std::string FormatRmlCsv(const RmlLog& log) {
 std::string FormatRmlJson(const RmlLog& log) {
     std::string text = "{\n  \"version\": " + std::to_string(log.version) +
                        ",\n  \"intervalMs\": " + std::to_string(log.intervalMs) +
-                       ",\n  \"items\": [";
+                       ",\n  \"timeUnit\": \"s\",\n  \"items\": [";
     for (std::size_t i = 0; i < log.items.size(); ++i) {
         const RecordItemInfo& item = log.items[i];
+        const std::string_view unit = RecordItemUnit(item.id);
         text += std::string(i == 0 ? "" : ",") + "\n    {\"id\": \"" + Hex(item.id) +
-                "\", \"name\": \"" + ItemColumnName(item.id) +
-                "\", \"maximum\": " + JsonNumber(item.maximum) +
+                "\", \"name\": \"" + ItemName(item.id) +
+                "\", \"unit\": " + (unit.empty() ? "null" : "\"" + std::string(unit) + "\"") +
+                ", \"maximum\": " + JsonNumber(item.maximum) +
                 ", \"minimum\": " + JsonNumber(item.minimum) + "}";
     }
     text += "\n  ],\n  \"records\": [";
     for (std::size_t r = 0; r < log.records.size(); ++r) {
-        text += std::string(r == 0 ? "" : ",") + "\n    {";
+        text += std::string(r == 0 ? "" : ",") +
+                "\n    {\"time\": " + JsonNumber(RecordSeconds(log, r));
         for (std::size_t i = 0; i < log.items.size(); ++i) {
-            text += std::string(i == 0 ? "" : ", ") + "\"" + ItemColumnName(log.items[i].id) +
-                    "\": " + JsonNumber(log.records[r][i]);
+            text += ", \"" + ItemName(log.items[i].id) + "\": " + JsonNumber(log.records[r][i]);
         }
         text += "}";
     }
