@@ -10,9 +10,12 @@ CommandTable Build() {
     return table;
 }
 
+// Built when the module loads rather than on first use: a function's static would take the C++
+// run-time's guard lock, whose kernel objects outlive every unload of the module.
+const CommandTable kCommands = Build();
+
 } // namespace
 
 const CommandTable& CommandTable::Commands() {
-    static const CommandTable table = Build();
-    return table;
+    return kCommands;
 }

@@ -1,5 +1,6 @@
 #include "win32/win32_shared_events.h"
 
+#include "ports/kernel_objects.h"
 #include "win32/open_to_everyone.h"
 #include "win32/wide.h"
 #include "win32/win32_event.h"
@@ -12,7 +13,8 @@ ports::SharedEvent Owned(UniqueHandle handle) {
         return {nullptr, ::GetLastError()};
     }
     auto event = ports::MadeOrNull([&] { return std::make_unique<Win32Event>(std::move(handle)); });
-    return {std::move(event), event ? 0u : static_cast<uint32_t>(ERROR_NOT_ENOUGH_MEMORY)};
+    const uint32_t error = event ? 0u : static_cast<uint32_t>(ERROR_NOT_ENOUGH_MEMORY);
+    return {std::move(event), error};
 }
 
 } // namespace

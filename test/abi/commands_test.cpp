@@ -3,6 +3,7 @@
 #include "monitor_plugin_test.h"
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -153,7 +154,7 @@ TEST_F(RecordingFlowTest, a_whole_recording_from_start_to_end) {
     EXPECT_EQ(IntOf(Recording(20, serial), "Result"), 0);
     EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_OBJECT_0);
     CloseHandle(event);
-    std::ifstream file(log, std::ios::binary);
+    std::ifstream file(std::filesystem::path(log), std::ios::binary);
     const std::vector<char> bytes((std::istreambuf_iterator<char>(file)),
                                   std::istreambuf_iterator<char>());
     ASSERT_GE(bytes.size(), 256u);

@@ -28,10 +28,6 @@ protected:
         const auto* value = set.Find(key);
         return value != nullptr ? value->GetKind() : Kind::None;
     }
-    long Count(int32_t level, std::string_view text) const {
-        const auto lines = host.LinesAt(level);
-        return std::count(lines.begin(), lines.end(), text);
-    }
 };
 
 TEST(CommandsBeforeInitialize, a_request_is_refused_with_no_answer_and_no_end_line) {
@@ -147,19 +143,19 @@ TEST_F(CommandsTest, intel_snapshot_logs_its_steps_and_starts_the_initialisation
                                           "6 Monitor Plugin - GetGPUMonitorInformation Is Finish! ",
                                           "6 ProcessRequest : End"));
     // Initialize already started the thread, because the product has been used.
-    EXPECT_EQ(Count(6, "Monitor Plugin - Start to initial XTU Service "), 0);
+    EXPECT_EQ(host.Count(6, "Monitor Plugin - Start to initial XTU Service "), 0);
 }
 
 TEST_F(CommandsTest, intel_with_the_tuning_service_stopped_initialises_once_on_the_request) {
     machine.helper.Change([](auto& a) { a.IsXtuServiceRunning = 0; });
     Command(1);
     Command(1);
-    EXPECT_EQ(Count(6, "First start run InitializationFunction."), 1);
+    EXPECT_EQ(host.Count(6, "First start run InitializationFunction."), 1);
 }
 
 TEST_F(CommandsTest, intel_with_the_tuning_service_running_does_not_initialise_on_the_request) {
     Command(1);
-    EXPECT_EQ(Count(6, "First start run InitializationFunction."), 0);
+    EXPECT_EQ(host.Count(6, "First start run InitializationFunction."), 0);
 }
 
 class AmdCommandsTest : public CommandsTest {
@@ -211,13 +207,13 @@ TEST_F(AmdCommandsTest, an_unused_machine_runs_the_initialisation_once_and_start
     machine.helper.Change([](auto& a) { a.HasBeenUsed = 0; });
     Command(1);
     Command(1);
-    EXPECT_EQ(Count(6, "First start run InitializationFunction."), 1);
-    EXPECT_EQ(Count(6, "Monitor Plugin - Use Has Been Used : 0 "), 2);
+    EXPECT_EQ(host.Count(6, "First start run InitializationFunction."), 1);
+    EXPECT_EQ(host.Count(6, "Monitor Plugin - Use Has Been Used : 0 "), 2);
 }
 
 TEST_F(AmdCommandsTest, a_used_machine_does_not_run_the_initialisation) {
     Command(1);
-    EXPECT_EQ(Count(6, "First start run InitializationFunction."), 0);
+    EXPECT_EQ(host.Count(6, "First start run InitializationFunction."), 0);
 }
 
 class NeitherVendorTest : public CommandsTest {
@@ -236,13 +232,7 @@ TEST_F(NeitherVendorTest, command_1_writes_no_cpu_keys) {
 }
 
 // Machines set up before Initialize.
-class MachineCommandsTest : public PluginFixture {
-protected:
-    long Count(int32_t level, std::string_view text) const {
-        const auto lines = host.LinesAt(level);
-        return std::count(lines.begin(), lines.end(), text);
-    }
-};
+using MachineCommandsTest = PluginFixture;
 
 TEST_F(MachineCommandsTest, an_unused_intel_machine_starts_the_initialisation_thread_once) {
     machine.helper.Change([](auto& a) { a.HasBeenUsed = 0; });
@@ -250,9 +240,9 @@ TEST_F(MachineCommandsTest, an_unused_intel_machine_starts_the_initialisation_th
     for (int i = 0; i < 3; ++i) {
         Command(1);
     }
-    EXPECT_EQ(Count(6, "Monitor Plugin - Start to initial XTU Service "), 1);
-    EXPECT_EQ(Count(6, "Monitor Plugin - SDK Is Null"), 3);
-    EXPECT_EQ(Count(6, "Monitor Plugin - Use Has Been Used : 0 "), 3);
+    EXPECT_EQ(host.Count(6, "Monitor Plugin - Start to initial XTU Service "), 1);
+    EXPECT_EQ(host.Count(6, "Monitor Plugin - SDK Is Null"), 3);
+    EXPECT_EQ(host.Count(6, "Monitor Plugin - Use Has Been Used : 0 "), 3);
 }
 
 TEST_F(MachineCommandsTest, without_the_firmware_device_no_firmware_is_read) {

@@ -51,6 +51,11 @@ bool MonitorHost::Logged(int32_t level, std::string_view text) const {
     return std::find(lines.begin(), lines.end(), text) != lines.end();
 }
 
+int MonitorHost::Count(int32_t level, std::string_view text) const {
+    const auto lines = LinesAt(level);
+    return static_cast<int>(std::count(lines.begin(), lines.end(), text));
+}
+
 std::vector<std::string> MonitorHost::Trace() const {
     std::vector<std::string> trace;
     for (const LogLine& line : Logs()) {

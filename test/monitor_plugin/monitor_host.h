@@ -49,6 +49,8 @@ public:
     std::vector<LogLine> Logs() const;
     std::vector<std::string> LinesAt(int32_t level) const;
     bool Logged(int32_t level, std::string_view text) const;
+    // How many times the line was logged at the level.
+    int Count(int32_t level, std::string_view text) const;
     // Every line, in order, as "level text".
     std::vector<std::string> Trace() const;
     void ClearLogs();
