@@ -2,6 +2,8 @@
 
 #include "gpu/fan_acoustic_key.h"
 
+#include <new>
+
 namespace gpu {
 namespace {
 
@@ -27,33 +29,31 @@ int32_t FanAcoustic::Load(const std::u16string& modelName) {
     if (modelName.empty()) {
         return loaded_;
     }
+    // Running out of memory on a file of absurd size is one more silent failure.
+    try {
+        auto curves = ReadCurves(modelName);
+        if (curves) {
+            curves_ = std::move(*curves);
+            loaded_ = !curves_.Cpu.empty() && !curves_.Gpu.empty() ? 1 : 0;
+        }
+    } catch (const std::bad_alloc&) {
+    }
+    return loaded_;
+}
+
+std::optional<FanCurves> FanAcoustic::ReadCurves(const std::u16string& modelName) {
     const auto folder = folders_.ProgramData();
     if (!folder) {
-        return loaded_;
+        return std::nullopt;
     }
     const std::u16string path = FilePath(*folder, modelName);
     if (!files_.Exists(path)) {
-        return loaded_;
+        return std::nullopt;
     }
     const auto file = files_.ReadAll(path);
-    if (!file) {
-        return loaded_;
-    }
-    const auto ciphertext = FanAcousticCiphertext(*file, kFanAcousticVector);
-    if (!ciphertext) {
-        return loaded_;
-    }
-    const auto plaintext = decryptor_->Decrypt(*ciphertext);
-    if (!plaintext) {
-        return loaded_;
-    }
-    auto curves = ReadFanCurves(*plaintext);
-    if (!curves) {
-        return loaded_;
-    }
-    curves_ = std::move(*curves);
-    loaded_ = !curves_.Cpu.empty() && !curves_.Gpu.empty() ? 1 : 0;
-    return loaded_;
+    const auto ciphertext = file ? FanAcousticCiphertext(*file, kFanAcousticVector) : std::nullopt;
+    const auto plaintext = ciphertext ? decryptor_->Decrypt(*ciphertext) : std::nullopt;
+    return plaintext ? ReadFanCurves(*plaintext) : std::nullopt;
 }
 
 int32_t FanAcoustic::Lookup(int32_t fan, int32_t rpm, double& level) const {
@@ -64,10 +64,11 @@ int32_t FanAcoustic::Lookup(int32_t fan, int32_t rpm, double& level) const {
     const auto above = curve.lower_bound(rpm);
     if (above == curve.end()) {
         level = curve.rbegin()->second;
-    } else if (above->first == rpm || above == curve.begin()) {
+    } else if (above->first == rpm) {
         level = above->second;
     } else {
-        // The point at 0 rpm is always there, so r1 >= 0 and neither difference overflows.
+        // Every curve holds a point at 0 rpm and rpm >= 0, so a point lies below this one, at
+        // r1 >= 0: neither difference overflows.
         const auto [r1, l1] = *std::prev(above);
         const auto [r2, l2] = *above;
         level = l1 + static_cast<double>(rpm - r1) * (l2 - l1) / static_cast<double>(r2 - r1);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -41,6 +42,9 @@ public:
     static std::u16string FilePath(std::u16string_view programData, std::u16string_view modelName);
 
 private:
+    // The curves of the model's file; nothing when it is missing, unreadable or refused.
+    std::optional<FanCurves> ReadCurves(const std::u16string& modelName);
+
     int32_t loaded_ = 0;
     FanCurves curves_;
     std::unique_ptr<ports::AesCipher> decryptor_;

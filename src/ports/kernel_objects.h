@@ -13,6 +13,12 @@
 
 namespace ports {
 
+// An existing named event, or why it could not be opened.
+struct OpenedEvent {
+    std::unique_ptr<Event> Handle;
+    bool NotFound = false; // no event has the name (ERROR_FILE_NOT_FOUND); false for other failures
+};
+
 // Makes and waits on the kernel objects the plug-in's workers use. Factory functions return null
 // on failure.
 class KernelObjects {
@@ -23,6 +29,8 @@ public:
     // (its reset mode and state stay as they are), as CreateEventW does.
     virtual std::unique_ptr<Event> NewEvent(bool manualReset, bool initiallySet,
                                             const std::u16string& name = {}) = 0;
+    // Opens the existing event `name` with full access (EVENT_ALL_ACCESS); never creates one.
+    virtual OpenedEvent OpenExistingEvent(const std::u16string& name) = 0;
     virtual std::unique_ptr<Thread> StartThread(std::function<uint32_t()> body) = 0;
     virtual std::unique_ptr<CriticalSection> NewCriticalSection() = 0;
 

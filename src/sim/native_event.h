@@ -27,6 +27,8 @@ public:
 // they are) or a new one. A name is forgotten when the last handle to its event is gone.
 std::shared_ptr<SignalState> OpenNamedEvent(const std::u16string& name, SignalState::Reset mode,
                                             bool signalled);
+// The signal state of the existing named event `name`; null when there is none.
+std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name);
 
 // The signal state of the named event `name` while a handle to it is open; null otherwise.
 std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name);

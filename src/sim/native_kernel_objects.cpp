@@ -20,6 +20,14 @@ std::unique_ptr<ports::Event> NativeKernelObjects::NewEvent(bool manualReset, bo
     });
 }
 
+ports::OpenedEvent NativeKernelObjects::OpenExistingEvent(const std::u16string& name) {
+    auto state = name.empty() ? nullptr : FindNamedEvent(name);
+    if (!state) {
+        return {nullptr, true};
+    }
+    return {ports::MadeOrNull([&] { return std::make_unique<NativeEvent>(std::move(state)); })};
+}
+
 std::unique_ptr<ports::Thread> NativeKernelObjects::StartThread(std::function<uint32_t()> body) {
     if (!body) {
         return nullptr;

@@ -11,6 +11,7 @@ class NativeKernelObjects final : public ports::KernelObjects {
 public:
     std::unique_ptr<ports::Event> NewEvent(bool manualReset, bool initiallySet,
                                            const std::u16string& name = {}) override;
+    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override;
     std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override;
     std::unique_ptr<ports::CriticalSection> NewCriticalSection() override;
     ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,

@@ -38,6 +38,14 @@ std::unique_ptr<ports::Event> Win32KernelObjects::NewEvent(bool manualReset, boo
     return ports::MadeOrNull([&] { return std::make_unique<Win32Event>(std::move(handle)); });
 }
 
+ports::OpenedEvent Win32KernelObjects::OpenExistingEvent(const std::u16string& name) {
+    UniqueHandle handle(::OpenEventW(EVENT_ALL_ACCESS, FALSE, AsWide(name)));
+    if (!handle) {
+        return {nullptr, ::GetLastError() == ERROR_FILE_NOT_FOUND};
+    }
+    return {ports::MadeOrNull([&] { return std::make_unique<Win32Event>(std::move(handle)); })};
+}
+
 std::unique_ptr<ports::Thread> Win32KernelObjects::StartThread(std::function<uint32_t()> body) {
     if (!body) {
         return nullptr;

@@ -1,9 +1,9 @@
 #include "fan_acoustic_support.h"
+#include "fanacoustic/tree_crypto.h"
 #include "gpu/fan_acoustic.h"
 #include "gpu/fan_acoustic_key.h"
 #include "plugin_frame/value_set.h"
 #include "sim/memory_files.h"
-#include "tree_crypto.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -20,8 +20,7 @@ const std::u16string kPath =
     u"C:\\ProgramData\\\\Velmor\\\\Quillon Config\\\\Data\\\\Quillon_Config.FanAcoustic.GX550.cfg";
 
 std::vector<uint8_t> Encrypted(std::span<const uint8_t> plaintext) {
-    const auto cipher =
-        test::TreeCrypto().NewAesCipher(gpu::kFanAcousticKey, gpu::kFanAcousticVector);
+    const auto cipher = TreeCrypto().NewAesCipher(gpu::kFanAcousticKey, gpu::kFanAcousticVector);
     const auto ciphertext = cipher->Encrypt(plaintext);
     EXPECT_TRUE(ciphertext.has_value());
     return ciphertext.value_or(std::vector<uint8_t>{});
@@ -60,7 +59,7 @@ protected:
     }
 
     sim::MemoryFiles files;
-    FanAcoustic table{test::TreeCrypto(), files, files};
+    FanAcoustic table{TreeCrypto(), files, files};
 };
 
 constexpr int32_t kCpu = 0;

@@ -1,13 +1,9 @@
 #pragma once
 
-#include <cstdarg>
-#include <string>
+#include "plugin_frame/wide_printf.h"
 
-// Formats a wide printf-style text the way the Microsoft C run-time does for wide functions: "%s"
-// and "%c" take wide text, "%S"/"%hs" and "%C"/"%hc" narrow text, "l" means 32 bits and "I64"
-// or "ll" 64 bits. Lets tests read what a plug-in asked the host to log.
-std::u16string FormatMs(const char16_t* format, va_list args);
-std::u16string FormatMs(const char16_t* format, ...);
+#include <string>
+#include <string_view>
 
 // UTF-16 to UTF-8, for readable assertions.
 std::string ToUtf8(std::u16string_view text);

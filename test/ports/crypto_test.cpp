@@ -1,6 +1,6 @@
 // The crypto port of the tree (OpenSSL natively, CNG under Wine) against AES-256-CBC's published
 // vectors and PKCS#7 padding; both implementations pass the same tests.
-#include "tree_crypto.h"
+#include "fanacoustic/tree_crypto.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -20,7 +20,7 @@ const std::vector<uint8_t> kNistCiphertext = {0xF5, 0x8C, 0x4C, 0x04, 0xD6, 0xE5
                                               0x77, 0x9E, 0xAB, 0xFB, 0x5F, 0x7B, 0xFB, 0xD6};
 
 std::unique_ptr<ports::AesCipher> NistCipher() {
-    return test::TreeCrypto().NewAesCipher(kNistKey, kNistVector);
+    return TreeCrypto().NewAesCipher(kNistKey, kNistVector);
 }
 
 std::vector<uint8_t> Bytes(std::size_t count, uint8_t first = 0) {
@@ -76,7 +76,7 @@ TEST(AesCipherTest, every_call_starts_from_the_vector) {
 TEST(AesCipherTest, another_vector_gives_another_ciphertext) {
     ports::AesVector vector = kNistVector;
     vector[0] ^= 1;
-    const auto other = test::TreeCrypto().NewAesCipher(kNistKey, vector)->Encrypt(kNistPlaintext);
+    const auto other = TreeCrypto().NewAesCipher(kNistKey, vector)->Encrypt(kNistPlaintext);
     ASSERT_TRUE(other.has_value());
     EXPECT_NE(std::vector<uint8_t>(other->begin(), other->begin() + 16), kNistCiphertext);
 }

@@ -90,6 +90,24 @@ TEST_P(PortsConformance, named_event_is_shared_by_every_kernel_objects) {
     EXPECT_TRUE(IsSignalled(*mine));
 }
 
+TEST_P(PortsConformance, open_event_reaches_the_existing_named_event) {
+    const auto name = UniqueEventName("opened");
+    auto created = kernel->NewEvent(true, false, name);
+    auto opened = kernel->OpenExistingEvent(name);
+    ASSERT_NE(opened.Handle, nullptr);
+    EXPECT_FALSE(opened.NotFound);
+    opened.Handle->Set();
+    EXPECT_TRUE(IsSignalled(*created));
+}
+
+TEST_P(PortsConformance, open_event_of_an_unknown_name_is_not_found_and_creates_nothing) {
+    const auto name = UniqueEventName("unknown");
+    const auto opened = kernel->OpenExistingEvent(name);
+    EXPECT_EQ(opened.Handle, nullptr);
+    EXPECT_TRUE(opened.NotFound);
+    EXPECT_TRUE(kernel->OpenExistingEvent(name).NotFound);
+}
+
 TEST_P(PortsConformance, distinct_names_are_independent_events) {
     auto first = kernel->NewEvent(true, false, UniqueEventName("first"));
     auto second = kernel->NewEvent(true, false, UniqueEventName("second"));

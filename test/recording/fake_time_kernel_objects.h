@@ -23,6 +23,9 @@ public:
                                            const std::u16string& name = {}) override {
         return real_.NewEvent(manualReset, initiallySet, name);
     }
+    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
+        return real_.OpenExistingEvent(name);
+    }
     std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
         return real_.StartThread(std::move(body));
     }

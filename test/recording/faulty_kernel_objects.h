@@ -21,6 +21,12 @@ public:
         }
         return real_.NewEvent(manualReset, initiallySet, name);
     }
+    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
+        if (failNamedEvents) {
+            return {};
+        }
+        return real_.OpenExistingEvent(name);
+    }
     std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
         return failThreads ? nullptr : real_.StartThread(std::move(body));
     }

@@ -1,10 +1,9 @@
 #include "rml/rml_output.h"
 
-#include <charconv>
+#include "common/tool_text.h"
+
 #include <cmath>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <ostream>
 #include <vector>
@@ -18,37 +17,14 @@ constexpr std::string_view kUsage =
 
 constexpr std::string_view kTimeColumn = "Time (s)";
 
-// Shortest text that reads back as the same double; every NaN prints as "nan", whatever its sign.
-std::string Number(double value) {
-    if (std::isnan(value)) {
-        return "nan";
-    }
-    char text[32];
-    const auto result = std::to_chars(std::begin(text), std::end(text), value);
-    return {text, result.ptr};
-}
-
 std::string JsonNumber(double value) {
-    return std::isfinite(value) ? Number(value) : "null";
+    return std::isfinite(value) ? ShortestNumber(value) : "null";
 }
 
 std::string Hex(uint32_t id) {
     char text[11];
     std::snprintf(text, sizeof text, "0x%08X", id);
     return text;
-}
-
-std::optional<std::vector<uint8_t>> ReadFileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file),
-                               std::istreambuf_iterator<char>()};
-    if (file.bad()) {
-        return std::nullopt;
-    }
-    return bytes;
 }
 
 } // namespace
@@ -86,7 +62,7 @@ std::string FormatRmlHeader(const RmlLog& log) {
                        "items: " + std::to_string(log.items.size()) + "\n";
     for (const RecordItemInfo& item : log.items) {
         text += "  " + Hex(item.id) + " " + ItemName(item.id) + ": maximum " +
-                Number(item.maximum) + ", minimum " + Number(item.minimum) + "\n";
+                ShortestNumber(item.maximum) + ", minimum " + ShortestNumber(item.minimum) + "\n";
     }
     return text;
 }
@@ -98,9 +74,9 @@ std::string FormatRmlCsv(const RmlLog& log) {
     }
     text += "\n";
     for (std::size_t r = 0; r < log.records.size(); ++r) {
-        text += Number(RecordSeconds(log, r));
+        text += ShortestNumber(RecordSeconds(log, r));
         for (const double value : log.records[r]) {
-            text += "," + Number(value);
+            text += "," + ShortestNumber(value);
         }
         text += "\n";
     }

@@ -1,11 +1,7 @@
-#include "tree_crypto.h"
+#include "fanacoustic/tree_crypto.h"
 #include "win32/win32_crypto.h"
-
-namespace test {
 
 ports::Crypto& TreeCrypto() {
     static win32::Win32Crypto crypto;
     return crypto;
 }
-
-} // namespace test
