@@ -1,12 +1,18 @@
 #pragma once
 
+#include "ports/helper_library.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
+class BaseOrvexPlugin;
 namespace VelmorValueSet {
 class ValueSet;
+}
+namespace gpu {
+class FanAcoustic;
 }
 struct PluginPorts;
 
@@ -30,6 +36,9 @@ class GpuSide {
 public:
     virtual ~GpuSide() = default;
 
+    // What Initialize learnt: the host's product line and the firmware device (null when absent).
+    virtual void MachineKnown(int32_t productLine, ports::AcpiDeviceHandle acpiDevice) = 0;
+
     // The controller calls adaptersChanged(owner) when the adapters change.
     virtual void InitializeAdapters(void* owner, void (*adaptersChanged)(void*)) = 0;
     virtual void RefreshAdapters() = 0;
@@ -45,4 +54,6 @@ public:
     virtual void GetBaseInformation(VelmorValueSet::ValueSet& answer) = 0;
 };
 
-std::unique_ptr<GpuSide> NewGpuSide(const PluginPorts& ports);
+// plugin logs and answers host queries; the fan acoustic table outlives the side.
+std::unique_ptr<GpuSide> NewGpuSide(const PluginPorts& ports, BaseOrvexPlugin& plugin,
+                                    const gpu::FanAcoustic& fanAcoustic);

@@ -69,9 +69,9 @@ void OnAdaptersChanged(void* plugin) {
 
 COrvexMonitorPlugin::COrvexMonitorPlugin(uint32_t hostMode, const PluginPorts& ports)
     : BaseOrvexPlugin(kMonitorIdentity, hostMode, ports.heap), m_ports(ports),
-      m_cpu(NewCpuSide(ports)), m_gpu(NewGpuSide(ports)), m_diskActivity(NewDiskCounters(ports)),
-      m_workers(NewBackgroundWorkers(ports, *this)),
-      m_fanAcoustic(ports.crypto, ports.files, ports.folders), m_commands(CommandTable::Commands()),
+      m_fanAcoustic(ports.crypto, ports.files, ports.folders), m_cpu(NewCpuSide(ports)),
+      m_gpu(NewGpuSide(ports, *this, m_fanAcoustic)), m_diskActivity(NewDiskCounters(ports)),
+      m_workers(NewBackgroundWorkers(ports, *this)), m_commands(CommandTable::Commands()),
       m_monitorLock(ports.kernel.NewCriticalSection()), m_moduleList(MonitorModuleList()) {
     if (m_monitorLock == nullptr) {
         throw std::bad_alloc(); // QueryLibrary answers null
@@ -153,6 +153,7 @@ void COrvexMonitorPlugin::InitializeServiceInstance() {
     if (m_hRavikACPI == nullptr) {
         m_hRavikACPI = m_ports.firmware.Open(kRavikAcpiDevice);
     }
+    m_gpu->MachineKnown(m_productLine, m_hRavikACPI ? m_hRavikACPI->Handle() : nullptr);
     Log(LogLevel::kProgress, u"Create CPUInforReader.");
     m_cpu->CreateCPUInfoReader(m_cpuVendor, m_modelName,
                                m_hRavikACPI ? m_hRavikACPI->Handle() : nullptr);

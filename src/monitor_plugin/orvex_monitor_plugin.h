@@ -131,12 +131,12 @@ private:
 
     std::shared_ptr<MonitorRecorder> Recorder();
 
-    PluginPorts m_ports;
+    PluginPorts m_ports; // first: the readers below reach the machine through it
+    gpu::FanAcoustic m_fanAcoustic;
     std::unique_ptr<CpuSide> m_cpu;
     std::unique_ptr<GpuSide> m_gpu;
     DiskActivity m_diskActivity;
     std::unique_ptr<BackgroundWorkers> m_workers;
-    gpu::FanAcoustic m_fanAcoustic;
     const CommandTable& m_commands;
 
     std::atomic<int32_t> m_initialised{0};

@@ -1,10 +1,9 @@
 // The parts of the plug-in whose readers and workers are not part of this module yet. Each
-// stands for a machine without that part: no CPU or GPU readings, no adapter controller, no
-// workers, no performance counters. They are replaced one by one as the readers arrive.
+// stands for a machine without that part: no CPU readings, no workers, no performance
+// counters. They are replaced one by one as the readers arrive.
 #include "monitor_plugin/background_workers.h"
 #include "monitor_plugin/cpu_side.h"
 #include "monitor_plugin/disk_counters.h"
-#include "monitor_plugin/gpu_side.h"
 
 namespace {
 
@@ -25,18 +24,6 @@ public:
 
 private:
     static constexpr uint32_t kErrorFileNotFound = 2;
-};
-
-class NoGpuReaders final : public GpuSide {
-public:
-    void InitializeAdapters(void*, void (*)(void*)) override {}
-    void RefreshAdapters() override {}
-    void AdaptersChanged() override {}
-    void UninitializeAdapters(void*) override {}
-    std::optional<AdapterMaxima> ReadAdapterMaxima() override { return std::nullopt; }
-    void GetGPUMonitorInformation(VelmorValueSet::ValueSet&) override {}
-    void GetGPUDeviceInformation(VelmorValueSet::ValueSet&) override {}
-    void GetBaseInformation(VelmorValueSet::ValueSet&) override {}
 };
 
 class NoWorkers final : public BackgroundWorkers {
@@ -64,10 +51,6 @@ private:
 
 std::unique_ptr<CpuSide> NewCpuSide(const PluginPorts&) {
     return std::make_unique<NoCpuReaders>();
-}
-
-std::unique_ptr<GpuSide> NewGpuSide(const PluginPorts&) {
-    return std::make_unique<NoGpuReaders>();
 }
 
 std::unique_ptr<BackgroundWorkers> NewBackgroundWorkers(const PluginPorts&, COrvexMonitorPlugin&) {

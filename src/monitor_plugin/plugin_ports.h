@@ -2,6 +2,9 @@
 
 #include "ports/clock.h"
 #include "ports/crypto.h"
+#include "ports/display_adapters.h"
+#include "ports/docking_controller.h"
+#include "ports/encrypt_helper.h"
 #include "ports/files.h"
 #include "ports/firmware_device.h"
 #include "ports/helper_library.h"
@@ -9,9 +12,12 @@
 #include "ports/kernel_objects.h"
 #include "ports/log_file.h"
 #include "ports/message_programs.h"
+#include "ports/profile_strings.h"
 #include "ports/shared_events.h"
 #include "ports/ui_process.h"
 #include "ports/window_messages.h"
+
+#include <memory>
 
 // Everything the monitor plug-in reaches the machine through, in one place. It is filled in
 // exactly twice: by the module's entry point with the Windows implementations, and by each
@@ -26,8 +32,15 @@ struct PluginPorts {
     ports::Files& files;
     ports::Folders& folders;
     ports::Crypto& crypto;
+    ports::DisplayAdapterController& adapters;
+    ports::DockingController& dock;
+    ports::EncryptHelper& encryptHelper;
+    ports::ProfileStrings& profileStrings;
     ports::FirmwareDevices& firmware;
     ports::SharedEvents& sharedEvents;
     ports::WindowMessages& windowMessages;
     ports::MessagePrograms& messagePrograms;
+    // Keeps the implementations above alive as long as the plug-in (the module makes them per
+    // plug-in, since its maker libraries may not be loaded while the module itself loads).
+    std::shared_ptr<const void> owner;
 };

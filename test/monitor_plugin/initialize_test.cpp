@@ -132,6 +132,16 @@ TEST_F(InitializeTest, device_notifications_are_asked_for_every_interface_class)
     EXPECT_THAT(host.DeviceFlags(), ElementsAre(4u));
 }
 
+TEST_F(InitializeTest, the_adapter_controller_is_given_the_plugin_and_its_change_callback) {
+    machine.helper.Change([](auto& a) { a.HasBeenUsed = 1; });
+    plugin->Initialize();
+    ASSERT_NE(machine.adapters.InitializedCallback(), nullptr);
+    EXPECT_EQ(machine.adapters.InitializedOwner(), static_cast<void*>(plugin));
+    machine.adapters.InitializedCallback()(machine.adapters.InitializedOwner());
+    EXPECT_TRUE(host.Logged(1, "HandleDeviceChangedEvent Begin"));
+    EXPECT_EQ(host.Notifications().size(), 1u);
+}
+
 TEST_F(InitializeTest, power_source_then_lid_switch_are_registered) {
     plugin->Initialize();
     const auto settings = host.PowerSettings();

@@ -104,11 +104,19 @@ TEST_F(NotificationsTest, a_display_change_message_logs_at_level_4) {
                                           "6 ReceiveNotification - End \n"));
 }
 
+TEST_F(NotificationsTest, a_display_change_message_refreshes_the_adapters) {
+    ValueSet payload;
+    payload.SetString("RequestRole", u"WindowMessageDeviceChangeEvent");
+    Notify(4, payload);
+    EXPECT_EQ(machine.adapters.Refreshes(), 1);
+}
+
 TEST_F(NotificationsTest, a_display_change_of_kind_2_is_ignored) {
     ValueSet payload;
     payload.SetString("RequestRole", u"WindowMessageDeviceChangeEvent");
     Notify(2, payload);
     EXPECT_EQ(host.Trace().size(), 2u);
+    EXPECT_EQ(machine.adapters.Refreshes(), 0);
 }
 
 TEST_F(NotificationsTest, a_role_that_is_not_a_string_or_differs_in_case_names_nothing) {

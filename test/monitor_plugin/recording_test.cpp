@@ -82,7 +82,7 @@ TEST_F(RecordingTest, command_17_describes_the_ten_items_and_answers_the_serial_
     EXPECT_EQ(record->GetInt32("RecordSN"), Serial());
     const uint32_t ids[] = {0x10000, 0x10001, 0x10002, 0x20000, 0x20001,
                             0x20002, 0x40000, 0x80000, 0x80001, 0x80002};
-    // No adapter controller on this machine: the GPU tops stay 0.
+    // The simulated adapter reports no maxima: the GPU tops are 0.
     const double maxima[] = {6000.0, 100.0, 100.0, 0.0, 0.0, 0.0, 16384.0, 100.0};
     for (int i = 0; i < 10; ++i) {
         const ValueSet* item = record->FindMap("RecordItem[" + std::to_string(i) + "]");
@@ -96,6 +96,33 @@ TEST_F(RecordingTest, command_17_describes_the_ten_items_and_answers_the_serial_
             EXPECT_EQ(std::bit_cast<uint64_t>(item->GetDouble("Max")), 0xFFF8000000000000u);
         }
     }
+}
+
+TEST_F(RecordingTest, command_17_takes_the_gpu_tops_from_the_adapters_maxima) {
+    machine.adapters.Change([](auto& a) { a.Device->Max = {2100, 8000, 1100, 100, 87}; });
+    const ValueSet answer = Start(600, 1000);
+    const ValueSet* record = answer.FindMap("Record");
+    EXPECT_EQ(record->FindMap("RecordItem[3]")->GetDouble("Max"), 2100.0);
+    EXPECT_EQ(record->FindMap("RecordItem[4]")->GetDouble("Max"), 87.0);
+    EXPECT_EQ(record->FindMap("RecordItem[5]")->GetDouble("Max"), 100.0);
+    EXPECT_EQ(machine.adapters.Created(), machine.adapters.Destroyed());
+}
+
+TEST_F(RecordingTest, an_adapter_of_another_type_leaves_the_gpu_tops_0) {
+    machine.adapters.Change([](auto& a) {
+        a.Device->Max = {2100, 8000, 1100, 100, 87};
+        a.Device->Type = 2;
+    });
+    const ValueSet answer = Start(600, 1000);
+    EXPECT_EQ(answer.FindMap("Record")->FindMap("RecordItem[3]")->GetDouble("Max"), 0.0);
+}
+
+TEST_F(RecordingTest, a_device_that_cannot_be_made_is_logged_and_the_recording_starts) {
+    machine.adapters.Change([](auto& a) { a.CreateCode = static_cast<int32_t>(0x80004005u); });
+    const ValueSet answer = Start(600, 1000);
+    EXPECT_TRUE(host.Logged(3, "CreateDevice Failed:0x80004005"));
+    EXPECT_EQ(answer.FindMap("Record")->FindMap("RecordItem[5]")->GetDouble("Max"), 0.0);
+    EXPECT_EQ(answer.GetInt32("Result"), 0);
 }
 
 TEST_F(RecordingTest, interval_0_or_capacity_0_answers_minus_1) {

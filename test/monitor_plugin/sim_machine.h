@@ -3,6 +3,9 @@
 // filled from src/sim, each scriptable by the test.
 #include "monitor_plugin/plugin_ports.h"
 #include "sim/fake_clock.h"
+#include "sim/fake_display_adapters.h"
+#include "sim/fake_docking_controller.h"
+#include "sim/fake_encrypt_helper.h"
 #include "sim/fake_firmware_devices.h"
 #include "sim/fake_helper_library.h"
 #include "sim/fake_message_programs.h"
@@ -10,9 +13,10 @@
 #include "sim/fake_window_messages.h"
 #include "sim/memory_files.h"
 #include "sim/memory_log_files.h"
+#include "sim/memory_profile_strings.h"
 #include "sim/native_kernel_objects.h"
 #include "sim/native_shared_events.h"
-#include "tree_crypto.h"
+#include "fanacoustic/tree_crypto.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -56,8 +60,10 @@ struct SimMachine {
     SimMachine() : helper(sim::FakeHelperLibrary::IntelLaptop()) {}
 
     PluginPorts Ports() {
-        return {heap,  kernel, clock,    uiProcesses,  logFiles,       helper,         files,
-                files, crypto, firmware, sharedEvents, windowMessages, messagePrograms};
+        return {heap,           kernel,          clock,          uiProcesses, logFiles,
+                helper,         files,           files,          crypto,      adapters,
+                dock,           encryptHelper,   profileStrings, firmware,    sharedEvents,
+                windowMessages, messagePrograms, nullptr};
     }
 
     LockedHeap heap;
@@ -67,7 +73,11 @@ struct SimMachine {
     sim::MemoryLogFiles logFiles{kernel};
     sim::FakeHelperLibrary helper;
     sim::MemoryFiles files;
-    ports::Crypto& crypto = test::TreeCrypto(); // OpenSSL natively, CNG under Wine
+    ports::Crypto& crypto = TreeCrypto(); // OpenSSL natively, CNG under Wine
+    sim::FakeDisplayAdapters adapters;
+    sim::FakeDockingController dock;
+    sim::FakeEncryptHelper encryptHelper{files};
+    sim::MemoryProfileStrings profileStrings{files};
     sim::FakeFirmwareDevices firmware;
     sim::NativeSharedEvents sharedEvents;
     sim::FakeWindowMessages windowMessages;
