@@ -6,8 +6,12 @@
 #include <memory>
 #include <string>
 
+class COrvexMonitorPlugin;
 namespace VelmorValueSet {
 class ValueSet;
+}
+namespace gpu {
+class FanAcoustic;
 }
 struct PluginPorts;
 
@@ -20,7 +24,7 @@ public:
     virtual ~CpuSide() = default;
 
     // Initialize, service instance first. The AMD SDK decides by itself by vendor.
-    virtual void LoadAMDSDK(int32_t vendor) = 0;
+    virtual void LoadAMDSDK(int32_t vendor, int32_t productLine) = 0;
     virtual void CreateCPUInfoReader(int32_t vendor, const std::u16string& modelName,
                                      ports::AcpiDeviceHandle acpiDevice) = 0;
     // Takes the CPU-initialised event; 0 when it is there, else the system error.
@@ -45,5 +49,7 @@ public:
     virtual void ReleaseCPUInfoReader() = 0;
 };
 
-// The processor readers the machine offers.
-std::unique_ptr<CpuSide> NewCpuSide(const PluginPorts& ports);
+// The processor readers the machine offers; plugin logs, toasts and holds the record flag, and
+// the fan acoustic table outlives the side.
+std::unique_ptr<CpuSide> NewCpuSide(const PluginPorts& ports, COrvexMonitorPlugin& plugin,
+                                    const gpu::FanAcoustic& fanAcoustic);

