@@ -344,3 +344,41 @@ TEST_F(CommandsTest, a_message_through_handle_message_answers_bytes_on_the_host_
 }
 
 } // namespace
+
+namespace {
+
+constexpr char16_t kDiskTime[] = u"\\PhysicalDisk(_Total)\\% Disk Time";
+constexpr char16_t kDiskRead[] = u"\\PhysicalDisk(_Total)\\Disk Read Bytes/sec";
+constexpr char16_t kDiskWrite[] = u"\\PhysicalDisk(_Total)\\Disk Write Bytes/sec";
+
+TEST_F(CommandsTest, the_first_command_3_adds_the_counters_and_a_rate_needs_a_second_sample) {
+    machine.counters.SetValue(kDiskTime, 12.7);
+    machine.counters.SetValue(kDiskRead, 52345.0);
+    machine.counters.SetValue(kDiskWrite, 1999.0);
+    machine.counters.FailRead(kDiskTime, 0xC0000BC6); // no rate from one sample
+    const ValueSet first = Command(3);
+    EXPECT_FALSE(first.Contains("Command"));
+    EXPECT_EQ(first.GetUInt64("Result"), 0x02u | 0x04u | 0x08u | 0x20u);
+    EXPECT_EQ(first.Find("Result")->GetKind(), Kind::Int64);
+    EXPECT_EQ(first.Find("Status")->GetKind(), Kind::Int64);
+    EXPECT_EQ(host.Count(3, "PdhAddEnglishCounterW DiskReadSpeedCounter 0"), 1);
+
+    machine.counters.FailRead(kDiskTime, 0);
+    const ValueSet second = Command(3);
+    EXPECT_EQ(second.GetUInt64("Result"), 0u);
+    EXPECT_EQ(second.GetDouble("DiskActiveTimeMax"), 100.0);
+    EXPECT_EQ(second.GetDouble("DiskActiveTimeCounter"), 12.0);
+    EXPECT_EQ(second.GetDouble("DiskReadSpeedCounter"), 52.0);
+    EXPECT_EQ(second.GetDouble("DiskWriteSpeedCounter"), 1.0);
+    EXPECT_EQ(machine.counters.Opens(), 1);
+    EXPECT_EQ(host.Count(3, "PdhAddEnglishCounterW DiskReadSpeedCounter 0"), 1);
+}
+
+TEST_F(CommandsTest, uninitialize_closes_the_disk_query) {
+    Command(3);
+    EXPECT_EQ(machine.counters.OpenQueries(), 1);
+    plugin->Uninitialize();
+    EXPECT_EQ(machine.counters.OpenQueries(), 0);
+}
+
+} // namespace
