@@ -19,6 +19,8 @@ constexpr GUID kMonitorTypeId = {
 class RecordingTest : public PluginFixture {
 protected:
     void SetUp() override {
+        // Intel whose tuning utility never becomes ready: the CPU items record 0.
+        machine.xtu.Change([](auto& a) { a.InitializeResult = false; });
         ASSERT_EQ(plugin->Initialize(), 0);
         machine.uiProcesses.Launch(kUiPid);
         machine.clock.SetSecondsSince1970(kStartTime);
