@@ -44,24 +44,15 @@ constexpr char16_t kLogFromFormat[] = u"(%s)%s";
 constexpr char16_t kLogArraysNull[] = u"Insert data failed: some arrays are NULL.";
 constexpr char16_t kLogPrivacyPolicy[] = u"Insert data failed: Privacy Policy is not read yet.";
 
-// A new empty map under a fresh key; running out of memory aborts the whole request.
-ValueSet& NewMap(ValueSet& parent, std::string_view key) {
-    ValueSet* map = parent.CreateMap(key);
-    if (map == nullptr) {
-        throw std::bad_alloc();
-    }
-    return *map;
-}
-
 // A request for another role travels to the plug-in type, which forwards it to the target.
 ValueSet WrapForRelay(const GUID& target, const ValueSet& request, uint8_t destinationRole) {
     ValueSet relay;
     relay.SetString(kKeyCmd, kCmdSendRequest);
-    ValueSet& wrapped = NewMap(relay, kKeyRequest);
+    ValueSet& wrapped = relay.NewMap(kKeyRequest);
     const auto pid = GuidBytes(target);
     wrapped.SetBlock(kKeyPid, pid.data(), pid.size());
     wrapped.SetUInt32(kKeyDestination, destinationRole);
-    NewMap(wrapped, kKeyRequest).CopyFrom(request);
+    wrapped.NewMap(kKeyRequest).CopyFrom(request);
     return relay;
 }
 
@@ -111,7 +102,7 @@ HRESULT BaseOrvexPlugin::Query(const char16_t* name, const ValueSet& payload,
     return GuardedCall([&] {
         ValueSet request;
         request.SetString(kKeyCmd, std::u16string(kCmdQueryPrefix) + name);
-        NewMap(request, kKeyRequest).CopyFrom(payload);
+        request.NewMap(kKeyRequest).CopyFrom(payload);
         return SendComposedRequest(m_typeId, request, response, OwnRole());
     });
 }
@@ -125,7 +116,7 @@ HRESULT BaseOrvexPlugin::Toast(std::u16string_view title, std::u16string_view co
     return GuardedCall([&] {
         ValueSet request;
         request.SetString(kKeyCmd, kCmdToast);
-        ValueSet& toast = NewMap(request, kKeyRequest);
+        ValueSet& toast = request.NewMap(kKeyRequest);
         toast.SetString(kKeyToastTitle, title);
         toast.SetString(kKeyToastContent, content);
         toast.SetString(kKeyToastLogo, logo);
@@ -157,9 +148,9 @@ HRESULT BaseOrvexPlugin::InsertRow(std::u16string_view table, const char16_t* co
     request.SetString(kKeyCmd, kCmdInsertData);
     request.SetString(kKeyTableName, table);
     request.SetInt32(kKeyCount, count);
-    ValueSet& columns = NewMap(request, kKeyColumns);
+    ValueSet& columns = request.NewMap(kKeyColumns);
     for (int32_t i = 0; i < count; ++i) {
-        ValueSet& column = NewMap(columns, std::to_string(i));
+        ValueSet& column = columns.NewMap(std::to_string(i));
         column.SetString(kKeyName, OrEmpty(names[i]));
         column.SetString(kKeyValue, OrEmpty(values[i]));
     }

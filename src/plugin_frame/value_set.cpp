@@ -202,6 +202,14 @@ ValueSet* ValueSet::CreateMap(std::string_view key) {
     }
 }
 
+ValueSet& ValueSet::NewMap(std::string_view key) {
+    ValueSet* map = CreateMap(key);
+    if (map == nullptr) {
+        throw std::bad_alloc();
+    }
+    return *map;
+}
+
 std::unique_ptr<OrvexValue>& ValueSet::Slot(std::string_view key) {
     return InsertSlot(key);
 }

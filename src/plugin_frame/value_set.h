@@ -94,6 +94,9 @@ public:
     // Stores a new empty map under the key and returns it for filling; null for a key over 255
     // bytes. Meant for fresh keys; a value already there is replaced as Set replaces it.
     ValueSet* CreateMap(std::string_view key);
+    // CreateMap for a key known to be short enough: running out of memory throws std::bad_alloc,
+    // which aborts the whole answer or request being built.
+    ValueSet& NewMap(std::string_view key);
     // The key's slot, inserted empty when missing. The reference is good until the next key is
     // added to this set. An empty slot is skipped when the set is written.
     std::unique_ptr<OrvexValue>& Slot(std::string_view key);

@@ -30,4 +30,7 @@ std::shared_ptr<SignalState> OpenNamedEvent(const std::u16string& name, SignalSt
 // The signal state of the existing named event `name`; null when there is none.
 std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name);
 
+// The signal state of the named event `name` while a handle to it is open; null otherwise.
+std::shared_ptr<SignalState> FindNamedEvent(const std::u16string& name);
+
 } // namespace sim

@@ -1,5 +1,6 @@
 #include "win32/win32_kernel_objects.h"
 
+#include "win32/open_to_everyone.h"
 #include "win32/wide.h"
 #include "win32/win32_critical_section.h"
 #include "win32/win32_event.h"
@@ -16,21 +17,6 @@ static_assert(ports::kMaxWaitObjects == MAXIMUM_WAIT_OBJECTS);
 bool IsGlobalName(const std::u16string& name) {
     return name.starts_with(u"Global\\");
 }
-
-// Security attributes whose null DACL lets every process open the object.
-class OpenToEveryone {
-public:
-    bool Init() {
-        return ::InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION) &&
-               ::SetSecurityDescriptorDacl(&descriptor_, TRUE, nullptr, FALSE);
-    }
-    SECURITY_ATTRIBUTES* Attributes() { return &attributes_; }
-
-private:
-    SECURITY_DESCRIPTOR descriptor_{};
-    SECURITY_ATTRIBUTES attributes_{static_cast<DWORD>(sizeof(SECURITY_ATTRIBUTES)), &descriptor_,
-                                    FALSE};
-};
 
 } // namespace
 

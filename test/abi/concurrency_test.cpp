@@ -41,38 +41,37 @@ TEST_F(ConcurrencyTest, concurrent_add_ref_and_release_keep_the_count) {
 
 TEST_F(ConcurrencyTest, concurrent_requests_are_each_answered_and_logged) {
     ASSERT_EQ(host.InstallLogSink(), 0);
+    ASSERT_EQ(Table().Initialize(Plugin()), 0);
     constexpr int kRequests = 200;
     std::atomic<int> wrongAnswers{0};
     OnThreads(kThreads, [&](int thread) {
         for (int request = 0; request < kRequests; ++request) {
-            const std::wstring command =
-                L"T" + std::to_wstring(thread) + L"-" + std::to_wstring(request);
-            const auto exchange = host.SendRequest({{"Cmd", Value::Wide(command)}});
+            // Each thread its own unknown number, and the phase every other time.
+            const int32_t command = request % 2 == 0 ? 16 : 100 + thread;
+            const auto exchange = host.SendRequest({{"Command", Value::Int32(command)}});
             const auto answer = exchange.AnswerTree();
-            const bool right = exchange.result == Code(0xA0800010) && answer.has_value() &&
-                               answer->Find("Error") != nullptr &&
-                               answer->Find("Error")->AsWide() == L"Unknown Command";
+            const bool right = exchange.result == 0 && answer.has_value() &&
+                               answer->Find("Command") != nullptr &&
+                               answer->Find("Command")->AsInt32() == (command == 16 ? 16 : 255);
             wrongAnswers += right ? 0 : 1;
         }
     });
     EXPECT_EQ(wrongAnswers, 0);
 
     const auto logs = host.Logs();
-    EXPECT_EQ(std::count_if(logs.begin(), logs.end(),
-                            [](const auto& logged) {
-                                return logged.text.starts_with(L"ProcessRequest, Cmd:T");
-                            }),
-              kThreads * kRequests);
+    EXPECT_EQ(
+        std::count_if(logs.begin(), logs.end(),
+                      [](const auto& logged) { return logged.text == L"ProcessRequest : End"; }),
+        kThreads * kRequests);
     for (int thread = 0; thread < kThreads; ++thread) {
-        for (int request = 0; request < kRequests; request += 37) {
-            const std::wstring line = L"ProcessRequest, Cmd:T" + std::to_wstring(thread) + L"-" +
-                                      std::to_wstring(request);
-            EXPECT_EQ(std::count_if(logs.begin(), logs.end(),
-                                    [&](const auto& logged) { return logged.text == line; }),
-                      1)
-                << std::string(line.begin(), line.end());
-        }
+        const std::wstring line =
+            L"Monitor Plugin - Command " + std::to_wstring(100 + thread) + L" ";
+        EXPECT_EQ(std::count_if(logs.begin(), logs.end(),
+                                [&](const auto& logged) { return logged.text == line; }),
+                  kRequests / 2)
+            << std::string(line.begin(), line.end());
     }
+    Table().Uninitialize(Plugin());
 }
 
 } // namespace

@@ -12,17 +12,20 @@ size_t HandleCount() {
     return test_host::OpenHandleCount().value_or(0);
 }
 
-// One life of the plug-in as a host gives it: load, query, install, message, release, unload.
+// One life of the plug-in as a host gives it: load, query, install, initialise, message,
+// uninitialise, release, unload.
 void OneCycle() {
     TestHost host(PluginFolder(), kPluginFile, 0);
     ASSERT_NE(host.Plugin(), nullptr);
     ASSERT_TRUE(host.InstallAll());
+    ASSERT_EQ(host.Table().Initialize(host.Plugin()), 0);
     host.SendRequest({{"Command", Value::Int32(16)}});
     host.SendNotification(4, {{"RequestRole", Value::Wide(L"Nothing")}});
     void* out = nullptr;
     ASSERT_EQ(host.Table().QueryInterface(host.Plugin(), &test_host::abi::kPluginInterface, &out),
               0);
     host.Table().Release(host.Plugin());
+    ASSERT_EQ(host.Table().Uninitialize(host.Plugin()), 0);
 }
 
 TEST(LoadCycle, each_unload_removes_the_library_from_the_process) {

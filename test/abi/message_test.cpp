@@ -1,5 +1,6 @@
 // HandleMessage of MonitorPlugin.dll as the service host drives it: message types, answer
 // buffers on the process heap, and hostile bytes that must get a code and never a crash.
+// Requests are refused until Initialize; then a request without a known "Command" answers 255.
 #include "monitor_plugin_test.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ using test_host::MessageBytes;
 using test_host::Tree;
 using test_host::Value;
 
-constexpr Result kUnknownCommand = Code(0xA0800010);
+constexpr Result kNotInitialized = Code(0xA0800009);
 constexpr Result kUnsupportedMessage = Code(0xA0800005);
 
 class MessageTest : public MonitorPluginTest {
@@ -21,23 +22,28 @@ protected:
     void SetUp() override {
         MonitorPluginTest::SetUp();
         ASSERT_EQ(host.InstallLogSink(), 0);
+        ASSERT_EQ(Table().Initialize(Plugin()), 0);
     }
+    void TearDown() override { Table().Uninitialize(Plugin()); }
 
-    // The command table has no entry without a "Cmd": the answer says so in its only key.
+    // A request with no command of the table: the answer says so in its only key.
     static void ExpectUnknownCommand(const Exchange& exchange) {
-        EXPECT_EQ(exchange.result, kUnknownCommand);
+        EXPECT_EQ(exchange.result, 0);
         ASSERT_TRUE(exchange.answerPresent);
         EXPECT_TRUE(exchange.answerOnProcessHeap);
         const auto answer = exchange.AnswerTree();
         ASSERT_TRUE(answer.has_value());
         ASSERT_EQ(answer->Entries().size(), 1u);
-        ASSERT_NE(answer->Find("Error"), nullptr);
-        EXPECT_EQ(answer->Find("Error")->AsWide(), L"Unknown Command");
+        ASSERT_NE(answer->Find("Command"), nullptr);
+        EXPECT_EQ(answer->Find("Command")->AsInt32(), 255);
     }
 
     // The plug-in still answers a well-formed request the way it did before.
     void ExpectStillAnswering() {
-        ExpectUnknownCommand(host.SendRequest({{"Command", Value::Int32(16)}}));
+        const Exchange exchange = host.SendRequest({{"Command", Value::Int32(16)}});
+        EXPECT_EQ(exchange.result, 0);
+        EXPECT_EQ(exchange.answer,
+                  test_host::Encode({{"Command", Value::Int32(16)}, {"Phase", Value::Int32(2)}}));
     }
 
     Exchange SendRaw(std::vector<uint8_t> body, uint8_t type = 0xE1) {
@@ -45,42 +51,52 @@ protected:
     }
 };
 
-TEST_F(MessageTest, a_request_without_cmd_answers_unknown_command) {
-    ExpectUnknownCommand(host.SendRequest({{"Command", Value::Int32(16)}}));
+TEST(MessageBeforeInitialize, a_request_is_refused_with_no_answer) {
+    test_host::TestHost host(PluginFolder(), kPluginFile, 0);
+    ASSERT_NE(host.Plugin(), nullptr);
+    ASSERT_EQ(host.InstallLogSink(), 0);
+    const Exchange exchange = host.SendRequest({{"Command", Value::Int32(16)}});
+    EXPECT_EQ(exchange.result, kNotInitialized);
+    EXPECT_FALSE(exchange.answerPresent);
+    const auto logs = host.Logs();
+    ASSERT_EQ(logs.size(), 1u);
+    EXPECT_EQ(logs[0].text, L"ProcessRequest : Begin");
+    EXPECT_EQ(logs[0].level, 6);
 }
 
-TEST_F(MessageTest, the_answer_body_is_exactly_the_error_entry) {
+TEST_F(MessageTest, a_request_without_command_answers_255) {
+    ExpectUnknownCommand(host.SendRequest({{"Cmd", Value::Wide(L"GetInfo")}}));
+}
+
+TEST_F(MessageTest, the_answer_body_is_exactly_the_command_255_entry) {
     const Exchange exchange = host.SendRequest({});
-    EXPECT_EQ(exchange.answer, test_host::Encode({{"Error", Value::Wide(L"Unknown Command")}}));
+    EXPECT_EQ(exchange.answer, test_host::Encode({{"Command", Value::Int32(255)}}));
 }
 
-TEST_F(MessageTest, a_header_only_request_answers_unknown_command) {
+TEST_F(MessageTest, a_header_only_request_answers_255) {
     ExpectUnknownCommand(host.Send(MessageBytes(0xE1, 0, {})));
 }
 
-TEST_F(MessageTest, a_request_logs_its_cmd_at_trace_level) {
-    ExpectUnknownCommand(host.SendRequest({{"Cmd", Value::Wide(L"GetInfo")}}));
+TEST_F(MessageTest, a_request_logs_its_command_at_trace_level) {
+    ExpectStillAnswering();
     const auto logs = host.Logs();
-    const auto line = std::find_if(logs.begin(), logs.end(), [](const test_host::LogLine& l) {
-        return l.text == L"ProcessRequest, Cmd:GetInfo";
-    });
-    ASSERT_NE(line, logs.end());
-    EXPECT_EQ(line->level, 6);
-}
-
-TEST_F(MessageTest, a_request_without_cmd_logs_an_empty_cmd) {
-    host.SendRequest({});
-    const auto logs = host.Logs();
-    ASSERT_FALSE(logs.empty());
-    EXPECT_EQ(logs.back().text, L"ProcessRequest, Cmd:");
-    EXPECT_EQ(logs.back().level, 6);
+    ASSERT_GE(logs.size(), 4u);
+    const std::vector<std::wstring> expected = {L"ProcessRequest : Begin", L"Initial XTU : 0",
+                                                L"Monitor Plugin - Command 16 ",
+                                                L"ProcessRequest : End"};
+    for (size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(logs[logs.size() - 4 + i].text, expected[i]);
+        EXPECT_EQ(logs[logs.size() - 4 + i].level, 6);
+    }
 }
 
 TEST_F(MessageTest, without_a_log_sink_a_request_is_still_answered) {
     test_host::TestHost silent(PluginFolder(), kPluginFile, 0);
     ASSERT_NE(silent.Plugin(), nullptr);
-    ExpectUnknownCommand(silent.SendRequest({{"Cmd", Value::Wide(L"GetInfo")}}));
+    ASSERT_EQ(silent.Table().Initialize(silent.Plugin()), 0);
+    ExpectUnknownCommand(silent.SendRequest({{"Command", Value::Int32(64)}}));
     EXPECT_TRUE(silent.Logs().empty());
+    silent.Table().Uninitialize(silent.Plugin());
 }
 
 TEST_F(MessageTest, a_notification_returns_zero_without_an_answer) {

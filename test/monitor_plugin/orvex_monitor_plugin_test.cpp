@@ -2,6 +2,7 @@
 #include "fake_host.h"
 #include "monitor_plugin/orvex_monitor_plugin.h"
 #include "plugin_frame/value_set.h"
+#include "sim_machine.h"
 
 #include <cstddef>
 #include <gmock/gmock.h>
@@ -25,10 +26,11 @@ Result CallSlot(void* object, std::size_t slot, Args... args) {
 class OrvexMonitorPluginTest : public ::testing::Test {
 protected:
     OrvexMonitorPluginTest()
-        : plugin(new COrvexMonitorPlugin(0, host.Heap())),
+        : plugin(new COrvexMonitorPlugin(0, machine.Ports())),
           table(static_cast<IOrvexPlugin*>(plugin)), events(plugin->EventHandler()) {}
     ~OrvexMonitorPluginTest() override { plugin->Release(); }
 
+    SimMachine machine;
     FakeHost host;
     COrvexMonitorPlugin* plugin;
     void* table;  // the plug-in table as the host holds it
@@ -58,7 +60,7 @@ TEST_F(OrvexMonitorPluginTest, identity_is_the_monitor_plugin) {
 TEST_F(OrvexMonitorPluginTest, host_mode_is_kept_and_selects_the_role) {
     EXPECT_EQ(plugin->HostMode(), 0u);
     EXPECT_EQ(plugin->OwnRole(), 2);
-    auto* user = new COrvexMonitorPlugin(7, host.Heap());
+    auto* user = new COrvexMonitorPlugin(7, machine.Ports());
     EXPECT_EQ(user->HostMode(), 7u);
     EXPECT_EQ(user->OwnRole(), 4);
     EXPECT_EQ(user->Release(), 0u);
@@ -107,8 +109,8 @@ TEST_F(OrvexMonitorPluginTest, event_handler_slots_0_to_2_share_the_plugin_count
 }
 
 TEST(OrvexMonitorPluginLifetime, last_release_through_the_event_handler_destroys_the_plugin) {
-    CountingHeap heap;
-    auto* plugin = new COrvexMonitorPlugin(0, heap);
+    SimMachine machine;
+    auto* plugin = new COrvexMonitorPlugin(0, machine.Ports());
     void* events = nullptr;
     ASSERT_EQ(plugin->QueryInterface(&kIidOrvexEventHandler, &events), kOk);
     EXPECT_EQ(plugin->Release(), 1u);
@@ -181,20 +183,32 @@ TEST_F(OrvexMonitorPluginTest, handle_message_slot_dispatches_through_slot_30) {
     uint8_t message[32] = {0xE1};
     uint8_t* answer = nullptr;
     uint32_t answerSize = 0;
+    // Before Initialize every request is refused, with no answer.
     EXPECT_EQ(CallSlot<HRESULT>(table, 15, static_cast<void*>(nullptr),
                                 static_cast<const uint8_t*>(message), uint32_t{32}, &answer,
                                 &answerSize),
-              kBadCommand);
-    EXPECT_NE(answer, nullptr);
-    host.Heap().Free(answer);
-    EXPECT_TRUE(host.Logged(6, "ProcessRequest, Cmd:"));
+              kNotInitialized);
+    EXPECT_EQ(answer, nullptr);
+    EXPECT_TRUE(host.Logged(6, "ProcessRequest : Begin"));
 
     ValueSet request;
     ValueSet response;
     EXPECT_EQ(CallSlot<HRESULT>(table, 30, static_cast<void*>(nullptr), &request, &response),
-              kBadCommand);
-    EXPECT_EQ(response.GetString("Error"), u"Unknown Command");
+              kNotInitialized);
+    EXPECT_TRUE(response.Empty());
     EXPECT_EQ(CallSlot<HRESULT>(table, 31, uint8_t{1}, &request), kOk);
+
+    ASSERT_EQ(CallSlot<HRESULT>(table, 8), kOk);
+    EXPECT_EQ(CallSlot<HRESULT>(table, 15, static_cast<void*>(nullptr),
+                                static_cast<const uint8_t*>(message), uint32_t{32}, &answer,
+                                &answerSize),
+              kOk);
+    ASSERT_NE(answer, nullptr);
+    ValueSet answered;
+    ASSERT_TRUE(answered.Read(answer, answerSize));
+    EXPECT_EQ(answered.GetInt32("Command"), 255);
+    machine.heap.Free(answer);
+    CallSlot<HRESULT>(table, 9);
 }
 
 TEST_F(OrvexMonitorPluginTest, lifecycle_slots_return_0) {
@@ -203,8 +217,8 @@ TEST_F(OrvexMonitorPluginTest, lifecycle_slots_return_0) {
 }
 
 TEST(OrvexMonitorPluginLifetime, slot_29_with_bit_0_destroys_and_frees_the_object) {
-    CountingHeap heap;
-    auto* plugin = new COrvexMonitorPlugin(0, heap);
+    SimMachine machine;
+    auto* plugin = new COrvexMonitorPlugin(0, machine.Ports());
     void* table = static_cast<IOrvexPlugin*>(plugin);
     EXPECT_EQ(CallSlot<void*>(table, 29, uint32_t{1}),
               table); // the sanitizers see a leak otherwise

@@ -10,6 +10,7 @@ inline constexpr HRESULT kOk = 0;
 inline constexpr auto kNotImplemented = static_cast<HRESULT>(0xA0800000u);
 inline constexpr auto kBufferTooSmall = static_cast<HRESULT>(0xA0800001u);
 inline constexpr auto kUnsupported = static_cast<HRESULT>(0xA0800005u);
+inline constexpr auto kNotInitialized = static_cast<HRESULT>(0xA0800009u);
 inline constexpr auto kBadCommand = static_cast<HRESULT>(0xA0800010u);
 inline constexpr auto kPrivacyPolicyNotRead = static_cast<HRESULT>(0xA0802001u);
 inline constexpr auto kNoInterface = static_cast<HRESULT>(0x80004002u);
