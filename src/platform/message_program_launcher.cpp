@@ -41,6 +41,14 @@ MessageProgramLauncher::~MessageProgramLauncher() {
     for (const int32_t kind : watched) {
         Stop(kind);
     }
+    std::vector<std::unique_ptr<ports::Thread>> finishing;
+    {
+        std::lock_guard lock(mutex_);
+        finishing.swap(finishing_);
+    }
+    for (const auto& watcher : finishing) {
+        kernel_.Wait(*watcher, ports::kInfinite);
+    }
 }
 
 bool MessageProgramLauncher::Start(int32_t kind, const std::u16string& text) {
@@ -94,22 +102,32 @@ void MessageProgramLauncher::Stop(int32_t kind) {
     }
     // Only this stop clears the watcher, and starts are refused while it is held, so the pointer
     // stays valid until the table is updated below.
+    const bool onItsWatcher = OnWatcherOf(kind);
     if (watcher != nullptr) {
         CloseProgram(kind);
         if (process && !process->WaitForExit(closeGraceMs_)) {
             process->Terminate(0);
         }
-        if (!OnWatcherOf(kind)) {
+        if (!onItsWatcher) {
             kernel_.Wait(*watcher, ports::kInfinite);
         }
     }
     std::lock_guard lock(mutex_);
     Entry& entry = table_[kind];
     if (watcher != nullptr) {
-        entry.watcher.reset();
-        entry.process.reset();
+        Release(entry, onItsWatcher);
     }
     entry.stopping = 0;
+}
+
+void MessageProgramLauncher::Release(Entry& entry, bool onItsWatcher) {
+    if (onItsWatcher) {
+        std::erase_if(finishing_,
+                      [](const auto& finished) { return finished->ExitCode().has_value(); });
+        finishing_.push_back(std::move(entry.watcher));
+    }
+    entry.watcher.reset();
+    entry.process.reset();
 }
 
 void MessageProgramLauncher::CloseProgram(int32_t kind) {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace platform {
 
@@ -51,6 +52,7 @@ private:
     void StartWatcher(int32_t kind, Entry& entry);
     uint32_t Watch(int32_t kind, const std::shared_ptr<ports::SessionProcess>& process);
     void CloseProgram(int32_t kind);
+    void Release(Entry& entry, bool onItsWatcher);
     bool OnWatcherOf(int32_t kind) const;
 
     ports::UserSession& session_;
@@ -60,6 +62,9 @@ private:
     // Guards the table only; no wait happens while it is held.
     std::mutex mutex_;
     std::map<int32_t, Entry> table_;
+    // Watchers that stopped their own program: they may still be returning through
+    // stopRecording, so the destructor waits for them.
+    std::vector<std::unique_ptr<ports::Thread>> finishing_;
 };
 
 } // namespace platform

@@ -234,6 +234,25 @@ TEST_F(MessageProgramLauncherTest, StopCalledOnTheWatcherThreadDoesNotWaitForIts
     EXPECT_TRUE(watched.Start(kMessageRecording, u""));
 }
 
+TEST_F(MessageProgramLauncherTest, WatcherMayCloseItsKindAndShowTheLogReadyMessage) {
+    std::promise<void> shown;
+    platform::MessageProgramLauncher* self = nullptr;
+    platform::MessageProgramLauncher watched(session, kernel, [&] {
+        self->Stop(kMessageRecording);
+        self->Start(kMessageLogReady, kLogPath);
+        shown.set_value();
+    });
+    self = &watched;
+    watched.SetEnabled(kMessageRecording, 1);
+    watched.SetEnabled(kMessageLogReady, 1);
+    ASSERT_TRUE(watched.Start(kMessageRecording, u""));
+    session.Program(0)->Exit(1);
+    ASSERT_EQ(shown.get_future().wait_for(kPatience), std::future_status::ready);
+
+    EXPECT_EQ(Launched(), (std::vector{kShowRecording, kCloseRecording, kShowLogReady}));
+    EXPECT_FALSE(session.Program(2)->Ended());
+}
+
 TEST_F(MessageProgramLauncherTest, SecondStopDuringAStopReturnsAtOnce) {
     std::promise<void> closeSent;
     std::shared_future<void> closing = closeSent.get_future().share();
