@@ -80,6 +80,16 @@ TEST_F(Win32UserSessionTest, ProgramThatDoesNotQuitIsTerminatedWithTheGivenCode)
     EXPECT_EQ(process->ExitCode(), 7u);
 }
 
+TEST_F(Win32UserSessionTest, ProgramRunsInTheActiveConsoleSession) {
+    const auto process = session.Launch(Show(9, u"ignore-close"));
+    ASSERT_NE(process, nullptr);
+    DWORD programSession = 0xFFFFFFFF;
+    EXPECT_TRUE(::ProcessIdToSessionId(process->Id(), &programSession));
+    EXPECT_EQ(programSession, ::WTSGetActiveConsoleSessionId());
+    process->Terminate(0);
+    EXPECT_TRUE(process->WaitForExit(ports::kInfinite));
+}
+
 TEST_F(Win32UserSessionTest, MissingProgramIsNotLaunched) {
     EXPECT_EQ(session.Launch(u"\"C:\\nowhere\\QUILLON Message.exe\" -T:\"1\""), nullptr);
 }
