@@ -1,6 +1,7 @@
 // Any bytes as a host message into the monitor plug-in: nothing may crash, leak or throw, and an
 // answer, when there is one, is a well-formed body on the host's heap.
 #include "fake_host.h"
+#include "sim_machine.h"
 #include "monitor_plugin/orvex_monitor_plugin.h"
 #include "plugin_frame/value_set.h"
 
@@ -13,7 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     FakeHost host;
-    auto* plugin = new COrvexMonitorPlugin(0, host.Heap());
+    SimMachine machine;
+    auto* plugin = new COrvexMonitorPlugin(0, machine.Ports());
     host.Install(*plugin);
 
     uint8_t* answer = nullptr;
@@ -21,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const HRESULT result =
         plugin->HandleMessage(nullptr, data, static_cast<uint32_t>(size), &answer, &answerSize);
     if ((answer == nullptr) != (answerSize == 0) ||
-        (answer != nullptr && !host.Heap().Owns(answer))) {
+        (answer != nullptr && machine.heap.Live() != 1)) {
         std::abort();
     }
     if (size < kMessageHeaderSize && result != OrvexResult::kInvalidArgument) {
@@ -32,9 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!body.Read(answer, answerSize)) {
             std::abort();
         }
-        host.Heap().Free(answer);
+        machine.heap.Free(answer);
     }
-    if (plugin->Release() != 0 || host.Heap().Live() != 0) {
+    if (plugin->Release() != 0 || machine.heap.Live() != 0) {
         std::abort();
     }
     return 0;
