@@ -4,9 +4,9 @@
 #include "cpu/cpu_readings.h"
 #include "cpu/fan_acoustic_lookup.h"
 #include "plugin_frame/value_set.h"
-#include "ports/kernel_objects.h"
 #include "sim/fake_amd_sdk.h"
 #include "sim/fake_ryzen_master.h"
+#include "sim/forwarding_kernel_objects.h"
 #include "sim/memory_files.h"
 #include "sim/native_kernel_objects.h"
 
@@ -73,25 +73,10 @@ struct AmdMachine {
 };
 
 // Native kernel objects whose Sleep only records how long it was asked to sleep.
-class SleepRecordingKernel final : public ports::KernelObjects {
+class SleepRecordingKernel final : public sim::ForwardingKernelObjects {
 public:
-    std::unique_ptr<ports::Event> NewEvent(bool manualReset, bool initiallySet,
-                                           const std::u16string& name = {}) override {
-        return real_.NewEvent(manualReset, initiallySet, name);
-    }
-    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
-        return real_.OpenExistingEvent(name);
-    }
-    std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
-        return real_.StartThread(std::move(body));
-    }
-    std::unique_ptr<ports::CriticalSection> NewCriticalSection() override {
-        return real_.NewCriticalSection();
-    }
-    ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
-                               uint32_t timeoutMs) override {
-        return real_.WaitAny(objects, timeoutMs);
-    }
+    SleepRecordingKernel() : ForwardingKernelObjects(native_) {}
+
     void Sleep(uint32_t milliseconds) override {
         std::lock_guard lock(mutex_);
         sleeps_.push_back(milliseconds);
@@ -103,7 +88,7 @@ public:
     }
 
 private:
-    sim::NativeKernelObjects real_;
+    sim::NativeKernelObjects native_;
     mutable std::mutex mutex_;
     std::vector<uint32_t> sleeps_;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ports/kernel_objects.h"
 #include "sim/fake_clock.h"
+#include "sim/forwarding_kernel_objects.h"
 
 #include <algorithm>
 #include <atomic>
@@ -9,29 +9,16 @@
 // Native kernel objects whose timed waits take no real time: a wait that would time out moves the
 // fake clock on by its time-out instead, plus `lateMs` when it waits at all, as a wait that wakes
 // late does. Waits without a time-out are real.
-class FakeTimeKernelObjects final : public ports::KernelObjects {
+class FakeTimeKernelObjects final : public sim::ForwardingKernelObjects {
 public:
     FakeTimeKernelObjects(ports::KernelObjects& real, sim::FakeClock& clock)
-        : real_(real), clock_(clock) {}
+        : ForwardingKernelObjects(real), clock_(clock) {}
 
     std::atomic<int64_t> lateMs{0};
 
     // The longest time-out of a timed wait so far.
     uint32_t LongestTimeout() const { return longestTimeout_.load(); }
 
-    std::unique_ptr<ports::Event> NewEvent(bool manualReset, bool initiallySet,
-                                           const std::u16string& name = {}) override {
-        return real_.NewEvent(manualReset, initiallySet, name);
-    }
-    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
-        return real_.OpenExistingEvent(name);
-    }
-    std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
-        return real_.StartThread(std::move(body));
-    }
-    std::unique_ptr<ports::CriticalSection> NewCriticalSection() override {
-        return real_.NewCriticalSection();
-    }
     ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
                                uint32_t timeoutMs) override {
         if (timeoutMs == ports::kInfinite) {
@@ -44,10 +31,8 @@ public:
         }
         return outcome;
     }
-    void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
 
 private:
-    ports::KernelObjects& real_;
     sim::FakeClock& clock_;
     std::atomic<uint32_t> longestTimeout_{0};
 };

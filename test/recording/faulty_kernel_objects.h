@@ -1,13 +1,13 @@
 #pragma once
 
-#include "ports/kernel_objects.h"
+#include "sim/forwarding_kernel_objects.h"
 
 #include <atomic>
 
 // Native kernel objects whose creation a test can make fail, kind by kind.
-class FaultyKernelObjects final : public ports::KernelObjects {
+class FaultyKernelObjects final : public sim::ForwardingKernelObjects {
 public:
-    explicit FaultyKernelObjects(ports::KernelObjects& real) : real_(real) {}
+    explicit FaultyKernelObjects(ports::KernelObjects& real) : ForwardingKernelObjects(real) {}
 
     std::atomic<bool> failUnnamedEvents{false};
     std::atomic<bool> failNamedEvents{false};
@@ -33,12 +33,4 @@ public:
     std::unique_ptr<ports::CriticalSection> NewCriticalSection() override {
         return failCriticalSections ? nullptr : real_.NewCriticalSection();
     }
-    ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
-                               uint32_t timeoutMs) override {
-        return real_.WaitAny(objects, timeoutMs);
-    }
-    void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
-
-private:
-    ports::KernelObjects& real_;
 };
