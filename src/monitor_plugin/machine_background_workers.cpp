@@ -20,7 +20,19 @@ public:
           m_set(std::make_shared<WorkerSet>()) {}
 
     ~MachineBackgroundWorkers() override {
-        // A worker that shutdown gave up on still uses the recorder and the plug-in.
+        // Released without Uninitialize, the workers still wait: they are told to end here. A
+        // worker that shutdown gave up on still uses the recorder and the plug-in, too.
+        const std::shared_ptr<WorkerSet> set = Set();
+        for (ports::Event* stop : {set->periodStop.get(), set->powerResumeStop.get()}) {
+            if (stop != nullptr) {
+                stop->Set();
+            }
+        }
+        for (const auto* thread : {&m_periodThread, &m_powerResumeThread, &m_firstSessionThread}) {
+            if (*thread != nullptr) {
+                m_kernel.Wait(**thread, ports::kInfinite);
+            }
+        }
         for (const auto& thread : m_abandoned) {
             m_kernel.Wait(*thread, ports::kInfinite);
         }

@@ -142,4 +142,19 @@ TEST(ShutdownLeaks, uninitialize_then_release_leaves_no_thread_event_or_drive_be
     }
 }
 
+TEST(ShutdownLeaks, a_release_without_uninitialize_still_ends_every_worker) {
+    SimMachine machine;
+    CountingKernel counting(machine.kernel);
+    machine.pluginKernel = &counting;
+    MonitorHost host(machine.heap);
+    auto* plugin = new COrvexMonitorPlugin(0, machine.Ports());
+    host.Install(*plugin);
+    ASSERT_EQ(plugin->Initialize(), 0);
+    ASSERT_TRUE(host.WaitForLog(6, "Enter DoMonitorPluginInitialize"));
+    plugin->Release();
+    EXPECT_EQ(counting.running.load(), 0);
+    EXPECT_TRUE(host.Logged(6, "Exit DoRecordSysInfoByPeriod"));
+    EXPECT_TRUE(host.Logged(6, "Exit DoWaitingPowerResumeEvent"));
+}
+
 } // namespace
