@@ -1,12 +1,15 @@
 // The monitor plug-in's own cost per request: commands 1 and 3 through HandleMessage on the
 // simulated laptop, whose readers cost nothing, with the heap allocations each request makes.
 // The hardware reads that the real machine adds take milliseconds; this is what comes on top.
+// Also how long Uninitialize takes to stop the three background workers once they wait.
+#include "monitor_host.h"
 #include "monitor_plugin/orvex_monitor_plugin.h"
 #include "plugin_frame/value_set.h"
 #include "sim_machine.h"
 
 #include <atomic>
 #include <benchmark/benchmark.h>
+#include <chrono>
 #include <cstdlib>
 #include <new>
 #include <vector>
@@ -58,6 +61,27 @@ void BM_Command3DiskActivity(benchmark::State& state) {
     Requests(state, 3);
 }
 BENCHMARK(BM_Command3DiskActivity);
+
+// Each iteration: a service instance whose workers have started waiting, then its Uninitialize,
+// timed alone.
+void BM_UninitializeStopsTheWorkers(benchmark::State& state) {
+    for (auto _ : state) {
+        SimMachine machine;
+        MonitorHost host(machine.heap);
+        auto* plugin = new COrvexMonitorPlugin(0, machine.Ports());
+        host.Install(*plugin);
+        plugin->Initialize();
+        host.WaitForLog(6, "Enter DoMonitorPluginInitialize");
+        host.WaitForLog(6, "Enter DoRecordSysInfoByPeriod");
+        host.WaitForLog(6, "Enter DoWaitingPowerResumeEvent");
+        const auto begin = std::chrono::steady_clock::now();
+        plugin->Uninitialize();
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+        state.SetIterationTime(took.count());
+        plugin->Release();
+    }
+}
+BENCHMARK(BM_UninitializeStopsTheWorkers)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ports/event.h"
 #include "ports/helper_library.h"
 
 #include <cstdint>
@@ -35,6 +36,14 @@ public:
     virtual void DoXTUInitialize() = 0;
     // The wrapper exists and is initialised.
     virtual bool XTUReady() = 0;
+
+    // The workers' collection and the client's disconnection.
+    // m_XTUIsInitial: the wrapper's initialisation succeeded.
+    virtual bool XTUIsInitial() = 0;
+    virtual bool HasXTUWrapper() = 0;
+    virtual void StopXTUMonitor() = 0;
+    // "CPUInitializedEvent", set once the tuning utility is ready; null when it could not be had.
+    virtual std::shared_ptr<ports::Event> CPUInitializedEvent() = 0;
 
     // Answers of commands 1 and 2.
     virtual void GetCPUMonitorInformation(int32_t cpuFanRpm, VelmorValueSet::ValueSet& answer) = 0;

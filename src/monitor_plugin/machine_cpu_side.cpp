@@ -67,12 +67,22 @@ public:
     }
 
     uint32_t OpenCPUInitializedEvent() override {
-        cpuInitialized_ = cpu::OpenCPUInitializedEvent(ports_.kernel);
-        return cpuInitialized_ != nullptr ? 0 : kNoEvent;
+        std::shared_ptr<ports::Event> opened = cpu::OpenCPUInitializedEvent(ports_.kernel);
+        const bool got = opened != nullptr;
+        std::lock_guard lock(readerLock_);
+        cpuInitialized_ = std::move(opened);
+        return got ? 0 : kNoEvent;
     }
 
     void DoXTUInitialize() override { cpu::DoXTUInitialize(vendor_, intel_, amd_); }
     bool XTUReady() override { return intel_.HasXtu() && intel_.XtuIsInitial(); }
+    bool XTUIsInitial() override { return intel_.XtuIsInitial(); }
+    bool HasXTUWrapper() override { return intel_.HasXtu(); }
+    void StopXTUMonitor() override { intel_.StopXtuMonitor(); }
+    std::shared_ptr<ports::Event> CPUInitializedEvent() override {
+        std::lock_guard lock(readerLock_);
+        return cpuInitialized_;
+    }
 
     void GetCPUMonitorInformation(int32_t cpuFanRpm, VelmorValueSet::ValueSet& answer) override {
         const auto reader = Reader();
@@ -120,9 +130,9 @@ private:
     cpu::IntelCpuMonitor intel_;
     cpu::AmdCpuMonitor amd_;
     std::atomic<int32_t> vendor_{0};
-    std::mutex readerLock_;
+    std::mutex readerLock_; // guards the reader and the event, which the workers read meanwhile
     std::shared_ptr<cpu::CPUInfoReader> reader_;
-    std::unique_ptr<ports::Event> cpuInitialized_;
+    std::shared_ptr<ports::Event> cpuInitialized_;
 };
 
 } // namespace

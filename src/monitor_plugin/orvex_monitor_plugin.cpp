@@ -24,7 +24,6 @@ constexpr char16_t kQueryProductLine[] = u"ProductLine";
 constexpr char16_t kQueryModelName[] = u"ModelName";
 constexpr std::string_view kKeyProductLine = "ProductLine";
 constexpr std::string_view kKeyModelName = "ModelName";
-constexpr std::string_view kKeyRequestRole = "RequestRole";
 
 constexpr char16_t kRavikAcpiDevice[] = u"\\\\.\\RavikACPI";
 constexpr char16_t kFirstUserSessionStartEvent[] = u"Global\\FirstUserSessionStart";
@@ -57,10 +56,6 @@ constexpr GUID kDisplayAdapterClass = {
 // DEVICE_NOTIFY_ALL_INTERFACE_CLASSES: the class in the filter does not limit the notifications.
 constexpr uint32_t kAllInterfaceClasses = 4;
 
-// Notification code and role the clients hear when the adapters change.
-constexpr uint8_t kNotifyDeviceChanged = 1;
-constexpr char16_t kDeviceChangedEvent[] = u"DeviceChangedEvent";
-
 void OnAdaptersChanged(void* plugin) {
     static_cast<COrvexMonitorPlugin*>(plugin)->HandleDeviceChangedEvent();
 }
@@ -80,6 +75,8 @@ COrvexMonitorPlugin::COrvexMonitorPlugin(uint32_t hostMode, const PluginPorts& p
 }
 
 COrvexMonitorPlugin::~COrvexMonitorPlugin() {
+    // A worker that shutdown gave up on may still use the readers and the monitor lock.
+    m_workers.reset();
     DestroyRecorder();
     // The initialisation threads use the CPU side, which goes with this object.
     for (const auto& thread : m_hXTUInitializeThreads) {
@@ -119,9 +116,15 @@ HRESULT COrvexMonitorPlugin::Initialize() noexcept {
                 InitializeUserSessionInstance();
             }
             auto powerResume = m_ports.sharedEvents.Create(kPowerResumeEvent);
-            m_hPowerResumeEvent = std::move(powerResume.event);
-            if (m_hPowerResumeEvent == nullptr) {
+            std::shared_ptr<ports::Event> resume = std::move(powerResume.event);
+            SetSharedEvent(m_hPowerResumeEvent, resume);
+            if (resume == nullptr) {
                 Log(LogLevel::kTrace, u"Create m_hPowerResumeEvent failed: %d", powerResume.error);
+            }
+            if (HostMode() == 0) {
+                // The power-resume worker waits on this event, so it starts once the event is
+                // there (without it, it only waits to be stopped).
+                m_workers->StartPowerResumeWorker(std::move(resume));
             }
             ReadDstsFlag();
             m_initialised = 1;
@@ -171,9 +174,10 @@ void COrvexMonitorPlugin::InitializeServiceInstance() {
         Log(LogLevel::kTrace, u"GetCPUInitializedEventHandle failed: %d", error);
     }
     auto firstSession = m_ports.sharedEvents.Create(kFirstUserSessionStartEvent);
-    m_hFirstUserSessionStartEvent = std::move(firstSession.event);
-    if (m_hFirstUserSessionStartEvent != nullptr) {
-        m_workers->StartFirstSessionWorker();
+    std::shared_ptr<ports::Event> started = std::move(firstSession.event);
+    SetSharedEvent(m_hFirstUserSessionStartEvent, started);
+    if (started != nullptr) {
+        m_workers->StartFirstSessionWorker(std::move(started));
     } else {
         Log(LogLevel::kTrace, u"Failed to create m_hFirstUserSessionStartEvent: %d",
             firstSession.error);
@@ -253,23 +257,30 @@ void COrvexMonitorPlugin::StartXtuInitializeThread() {
 
 HRESULT COrvexMonitorPlugin::Uninitialize() noexcept {
     Log(LogLevel::kTrace, u"Uninitialize : Begin");
-    if (Recorder() != nullptr) {
-        m_ports.messagePrograms.Stop(ports::kMessageLogReady);
-        DestroyRecorder();
+    try {
+        if (Recorder() != nullptr) {
+            m_ports.messagePrograms.Stop(ports::kMessageLogReady);
+            DestroyRecorder();
+        }
+        m_cpu->StopCPUInfoReader();
+        m_hRavikACPI.reset();
+        m_cpu->DestroyXTUWrapper();
+        m_workers->StopPeriodWorkers();
+        // The first-session worker, still finishing, holds the events it waits on.
+        SetSharedEvent(m_hFirstUserSessionStartEvent, nullptr);
+        m_workers->CloseWorkerEvents();
+        SetSharedEvent(m_hPowerResumeEvent, nullptr);
+        m_workers->StopFirstSessionWorker();
+        m_workers->CloseDisks();
+        m_cpu->UnloadAMDSDK();
+        m_diskActivity.Close();
+        if (HostMode() == 0) {
+            m_gpu->UninitializeAdapters(this);
+        }
+        m_cpu->ReleaseCPUInfoReader();
+    } catch (...) {
+        // Out of memory part-way: what is left goes with the plug-in.
     }
-    m_cpu->StopCPUInfoReader();
-    m_hRavikACPI.reset();
-    m_cpu->DestroyXTUWrapper();
-    // The workers wait on the events closed below.
-    m_workers->Stop();
-    m_hFirstUserSessionStartEvent.reset();
-    m_hPowerResumeEvent.reset();
-    m_cpu->UnloadAMDSDK();
-    m_diskActivity.Close();
-    if (HostMode() == 0) {
-        m_gpu->UninitializeAdapters(this);
-    }
-    m_cpu->ReleaseCPUInfoReader();
     m_initialised = 0;
     Log(LogLevel::kTrace, u"Uninitialize : End");
     return OrvexResult::kOk;
@@ -284,26 +295,6 @@ HRESULT COrvexMonitorPlugin::Reserved12(uint32_t, uint32_t* out) noexcept {
 
 HRESULT COrvexMonitorPlugin::GetModuleList(char16_t* buffer, uint32_t* count) noexcept {
     return CopyModuleList(m_moduleList, buffer, count);
-}
-
-void COrvexMonitorPlugin::HandleDeviceChangedEvent() noexcept {
-    Log(LogLevel::kNotable, u"HandleDeviceChangedEvent Begin");
-    m_gpu->AdaptersChanged();
-    if (m_ports.helper.HasBeenUsed().value_or(0) == 0) {
-        return;
-    }
-    if (const auto recorder = Recorder()) {
-        recorder->StopLogging();
-    }
-    DestroyRecorder();
-    try {
-        ValueSet changed;
-        changed.SetString(kKeyRequestRole, kDeviceChangedEvent);
-        Notify(kNotifyDeviceChanged, changed);
-    } catch (...) {
-        // Out of memory: the clients are not told this time.
-    }
-    Log(LogLevel::kNotable, u"HandleDeviceChangedEvent End");
 }
 
 std::shared_ptr<MonitorRecorder> COrvexMonitorPlugin::Recorder() {
@@ -323,18 +314,6 @@ void COrvexMonitorPlugin::DestroyRecorder() {
 
 int32_t COrvexMonitorPlugin::RemoveUpdateClientKey() noexcept {
     return 0;
-}
-
-HRESULT COrvexMonitorPlugin::OnDeviceChange(uint32_t, const void*) noexcept {
-    return OrvexResult::kOk;
-}
-
-HRESULT COrvexMonitorPlugin::OnPowerChange(uint32_t, const void*) noexcept {
-    return OrvexResult::kOk;
-}
-
-HRESULT COrvexMonitorPlugin::OnWindowMessageDeviceChange(uint32_t, uintptr_t) noexcept {
-    return OrvexResult::kOk;
 }
 
 HRESULT COrvexMonitorPlugin::SetEventCallback1(void* fn, void* context) noexcept {
@@ -357,6 +336,14 @@ HRESULT COrvexMonitorPlugin::SetEventCallback5(void* fn, void* context) noexcept
     return m_fnRegisterWindowMessageParam.Store(fn, context);
 }
 
-HRESULT COrvexMonitorPlugin::OnUWPConnectionChange(int32_t) noexcept {
-    return OrvexResult::kOk;
+std::shared_ptr<ports::Event>
+COrvexMonitorPlugin::SharedEvent(const std::shared_ptr<ports::Event>& event) {
+    std::lock_guard lock(m_sharedEventsLock);
+    return event;
+}
+
+void COrvexMonitorPlugin::SetSharedEvent(std::shared_ptr<ports::Event>& event,
+                                         std::shared_ptr<ports::Event> value) {
+    std::lock_guard lock(m_sharedEventsLock);
+    event.swap(value); // the old one closes outside the lock
 }

@@ -82,8 +82,13 @@ public:
     // utility's start wait longer.
     bool RecordFlag() const { return m_recordFlag != 0; }
     void SetRecordFlag(bool set) { m_recordFlag = set ? 1 : 0; }
-    ports::Event* FirstUserSessionStartEvent() { return m_hFirstUserSessionStartEvent.get(); }
-    ports::Event* PowerResumeEvent() { return m_hPowerResumeEvent.get(); }
+    ports::Event* FirstUserSessionStartEvent() {
+        return SharedEvent(m_hFirstUserSessionStartEvent).get();
+    }
+    ports::Event* PowerResumeEvent() { return SharedEvent(m_hPowerResumeEvent).get(); }
+    // A client of the user's session is connected (OnUWPConnectionChange): the tuning utility's
+    // monitor then keeps running after a collection.
+    bool ClientConnected() const { return m_clientConnected != 0; }
     CpuSide& Cpu() { return *m_cpu; }
     // The model's fan acoustic table, loaded by Initialize and only read afterwards.
     const gpu::FanAcoustic& FanAcousticTable() const { return m_fanAcoustic; }
@@ -135,6 +140,15 @@ private:
 
     std::shared_ptr<MonitorRecorder> Recorder();
 
+    // System events.
+    void OnPowerSettingChange(const void* data);
+    void OnPowerSourceReport(uint32_t value);
+    void OnLidSwitchReport(uint32_t value);
+    void RecordSysInfoByEvent(uint32_t reason);
+
+    std::shared_ptr<ports::Event> SharedEvent(const std::shared_ptr<ports::Event>& event);
+    void SetSharedEvent(std::shared_ptr<ports::Event>& event, std::shared_ptr<ports::Event> value);
+
     PluginPorts m_ports; // first: the readers below reach the machine through it
     gpu::FanAcoustic m_fanAcoustic;
     std::unique_ptr<CpuSide> m_cpu;
@@ -159,8 +173,18 @@ private:
     uint32_t m_ravikHotkeyMessage = 0;
     int32_t m_dstsFlag = 0;
     std::unique_ptr<ports::CriticalSection> m_monitorLock;
-    std::unique_ptr<ports::Event> m_hFirstUserSessionStartEvent;
-    std::unique_ptr<ports::Event> m_hPowerResumeEvent;
+    // The two global events; the workers hold them too, and host threads set the power-resume
+    // one while Initialize or Uninitialize may replace it.
+    mutable std::mutex m_sharedEventsLock;
+    std::shared_ptr<ports::Event> m_hFirstUserSessionStartEvent;
+    std::shared_ptr<ports::Event> m_hPowerResumeEvent;
+    std::atomic<int32_t> m_clientConnected{0};
+    // What the power-setting reports said last (-1: nothing yet). The first report after
+    // registration only states the current value and is dropped.
+    std::atomic<int32_t> m_powerSource{-1};
+    std::atomic<int32_t> m_lidState{-1};
+    std::atomic<uint8_t> m_firstAcdc{1};
+    std::atomic<uint8_t> m_firstLid{1};
     std::vector<std::u16string> m_moduleList;
 
     std::mutex m_recorderLock;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cpu/xtu_delays.h"
+#include "monitor_plugin/worker_timeouts.h"
 #include "ports/amd_sdk.h"
 #include "ports/clock.h"
 #include "ports/code_signatures.h"
@@ -19,9 +20,11 @@
 #include "ports/machine_registry.h"
 #include "ports/message_programs.h"
 #include "ports/performance_counters.h"
+#include "ports/physical_drives.h"
 #include "ports/profile_strings.h"
 #include "ports/shared_events.h"
 #include "ports/system_devices.h"
+#include "ports/system_messages.h"
 #include "ports/ui_process.h"
 #include "ports/window_messages.h"
 #include "ports/wmi.h"
@@ -59,8 +62,12 @@ struct PluginPorts {
     ports::SharedEvents& sharedEvents;
     ports::WindowMessages& windowMessages;
     ports::MessagePrograms& messagePrograms;
+    ports::PhysicalDrives& physicalDrives;
+    ports::SystemMessages& systemMessages;
     // How long the tuning utility's paths sleep: the product's values unless a test shortens them.
     cpu::XtuDelays xtuDelays;
+    // How long the background workers and shutdown wait: likewise.
+    WorkerTimeouts workerTimeouts;
     // Keeps the implementations above alive as long as the plug-in (the module makes them per
     // plug-in, since its maker libraries may not be loaded while the module itself loads).
     std::shared_ptr<const void> owner;

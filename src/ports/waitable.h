@@ -28,7 +28,23 @@ struct WaitOutcome {
     WaitStatus status = WaitStatus::Failed;
     std::size_t index = 0;
 
-    bool Signalled(std::size_t which) const { return status == WaitStatus::Signalled && index == which; }
+    bool Signalled(std::size_t which) const {
+        return status == WaitStatus::Signalled && index == which;
+    }
 };
+
+// The number WaitForMultipleObjects returns for the outcome (WAIT_OBJECT_0 + index,
+// WAIT_TIMEOUT, WAIT_FAILED), for log lines that show it.
+inline uint32_t WaitResultCode(const WaitOutcome& outcome) {
+    switch (outcome.status) {
+    case WaitStatus::Signalled:
+        return static_cast<uint32_t>(outcome.index);
+    case WaitStatus::TimedOut:
+        return 258;
+    case WaitStatus::Failed:
+        break;
+    }
+    return 0xFFFFFFFF;
+}
 
 } // namespace ports

@@ -18,9 +18,11 @@
 #include "win32/win32_log_files.h"
 #include "win32/win32_machine_registry.h"
 #include "win32/win32_performance_counters.h"
+#include "win32/win32_physical_drives.h"
 #include "win32/win32_profile_strings.h"
 #include "win32/win32_shared_events.h"
 #include "win32/win32_system_devices.h"
+#include "win32/win32_system_messages.h"
 #include "win32/win32_ui_processes.h"
 #include "win32/win32_window_messages.h"
 #include "win32/win32_wmi.h"
@@ -60,6 +62,8 @@ struct WindowsMachine {
     Win32SharedEvents sharedEvents;
     Win32WindowMessages windowMessages;
     NoMessagePrograms messagePrograms;
+    Win32PhysicalDrives physicalDrives;
+    Win32SystemMessages systemMessages;
 };
 
 } // namespace
@@ -94,7 +98,10 @@ PluginPorts NewWindowsMachine() {
         .sharedEvents = m.sharedEvents,
         .windowMessages = m.windowMessages,
         .messagePrograms = m.messagePrograms,
+        .physicalDrives = m.physicalDrives,
+        .systemMessages = m.systemMessages,
         .xtuDelays = {},
+        .workerTimeouts = {},
         .owner = machine,
     };
 }

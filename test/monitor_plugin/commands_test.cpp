@@ -15,7 +15,7 @@ protected:
     void SetUp() override {
         // The tuning utility never becomes ready here (its own test makes it ready).
         machine.xtu.Change([](auto& a) { a.InitializeResult = false; });
-        ASSERT_EQ(plugin->Initialize(), 0);
+        InitializeSettled();
         host.ClearLogs();
     }
 
@@ -274,7 +274,7 @@ TEST_F(MachineCommandsTest, intel_once_the_tuning_utility_is_ready_answers_the_i
     // Held before the thread can make it, so the event outlives the thread's own handle.
     const auto initialized = machine.kernel.NewEvent(true, false, u"CPUInitializedEvent");
     ASSERT_NE(initialized, nullptr);
-    plugin->Initialize(); // used: the initialisation thread starts here
+    InitializeSettled(); // used: the initialisation thread starts here
     ASSERT_EQ(machine.kernel.Wait(*initialized, 60000).status, ports::WaitStatus::Signalled);
     host.ClearLogs();
     const ValueSet answer = Command(1);

@@ -45,13 +45,14 @@ TEST_F(InitializeTest, intel_service_instance_logs_each_step_in_order) {
         ASSERT_NE(next, trace.end()) << line;
     }
     EXPECT_EQ(trace.front(), expected.front());
-    EXPECT_EQ(trace.back(), "6 Monitor Plugin  Initialize : End");
+    // The workers it started may log after it.
+    EXPECT_NE(std::find(next, trace.end(), "6 Monitor Plugin  Initialize : End"), trace.end());
     EXPECT_EQ(plugin->ProductLine(), 5);
     EXPECT_EQ(plugin->CpuVendor(), 1);
 }
 
 TEST_F(InitializeTest, initialize_twice_logs_begin_and_end_twice_and_sets_up_nothing_again) {
-    ASSERT_EQ(plugin->Initialize(), 0);
+    InitializeSettled();
     host.ClearLogs();
     EXPECT_EQ(plugin->Initialize(), 0);
     EXPECT_THAT(host.Trace(), ElementsAre("6 Initialize : Begin Plugin Version ",
@@ -214,7 +215,7 @@ TEST_F(InitializeTest, without_the_firmware_device_dsts_is_not_called) {
 }
 
 TEST_F(InitializeTest, uninitialize_closes_the_device_and_events_and_refuses_requests_again) {
-    plugin->Initialize();
+    InitializeSettled();
     host.ClearLogs();
     EXPECT_EQ(plugin->Uninitialize(), 0);
     const auto trace = host.Trace();

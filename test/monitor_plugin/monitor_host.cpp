@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <optional>
 
 using VelmorValueSet::ValueSet;
 
@@ -69,6 +70,64 @@ void MonitorHost::ClearLogs() {
     logs_.clear();
 }
 
+bool MonitorHost::WaitForLog(int32_t level, std::string_view text, int count) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::minutes(1), [&] {
+        return std::count_if(logs_.begin(), logs_.end(), [&](const LogLine& line) {
+                   return line.level == level && line.text == text;
+               }) >= count;
+    });
+}
+
+std::u16string MonitorHost::Row::Value(std::u16string_view column) const {
+    for (const auto& [name, value] : Columns) {
+        if (name == column) {
+            return value;
+        }
+    }
+    return {};
+}
+
+namespace {
+
+// The row of an "InsertData" request; nothing for any other request.
+std::optional<MonitorHost::Row> InsertedRow(const ValueSet& body) {
+    if (body.GetString("Cmd") != u"InsertData") {
+        return std::nullopt;
+    }
+    MonitorHost::Row row{body.GetString("TableName"), {}};
+    if (const ValueSet* columns = body.FindMap("Columns")) {
+        for (int32_t i = 0; i < body.GetInt32("Count"); ++i) {
+            if (const ValueSet* column = columns->FindMap(std::to_string(i))) {
+                row.Columns.emplace_back(column->GetString("Name"), column->GetString("Value"));
+            }
+        }
+    }
+    return row;
+}
+
+} // namespace
+
+std::vector<MonitorHost::Row> MonitorHost::Rows() const {
+    std::vector<Row> rows;
+    for (const Request& request : Requests()) {
+        if (auto row = InsertedRow(request.Body())) {
+            rows.push_back(std::move(*row));
+        }
+    }
+    return rows;
+}
+
+bool MonitorHost::WaitForRows(std::size_t count) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::minutes(1), [&] {
+        return static_cast<std::size_t>(
+                   std::count_if(requests_.begin(), requests_.end(), [](const Request& request) {
+                       return InsertedRow(request.Body()).has_value();
+                   })) >= count;
+    });
+}
+
 std::vector<MonitorHost::Request> MonitorHost::Requests() const {
     std::lock_guard lock(mutex_);
     return requests_;
@@ -125,8 +184,11 @@ void MonitorHost::OnLog(void* context, IOrvexPlugin*, int32_t level, const char1
     va_start(args, format);
     std::string text = ToUtf8(FormatMs(format, args));
     va_end(args);
-    std::lock_guard lock(host.mutex_);
-    host.logs_.push_back({level, std::move(text)});
+    {
+        std::lock_guard lock(host.mutex_);
+        host.logs_.push_back({level, std::move(text)});
+    }
+    host.changed_.notify_all();
 }
 
 HRESULT MonitorHost::OnRequest(void* context, IOrvexPlugin*, const GUID* target,

@@ -35,6 +35,13 @@ public:
         std::vector<uint8_t> body;
         VelmorValueSet::ValueSet Body() const { return Decode(body); }
     };
+    // One row the plug-in inserted into the host's store: table, then (name, value) per column.
+    struct Row {
+        std::u16string Table;
+        std::vector<std::pair<std::u16string, std::u16string>> Columns;
+        // The value of the column (empty when it is not there).
+        std::u16string Value(std::u16string_view column) const;
+    };
     static VelmorValueSet::ValueSet Decode(const std::vector<uint8_t>& body);
 
     explicit MonitorHost(ports::HostHeap& heap) : heap_(heap) {}
@@ -54,6 +61,12 @@ public:
     // Every line, in order, as "level text".
     std::vector<std::string> Trace() const;
     void ClearLogs();
+    // Waits until the line has been logged at the level `count` times; false after a minute.
+    bool WaitForLog(int32_t level, std::string_view text, int count = 1) const;
+    // The "InsertData" rows sent so far, in order.
+    std::vector<Row> Rows() const;
+    // Waits until `count` rows have been sent; false after a minute.
+    bool WaitForRows(std::size_t count) const;
     std::vector<Request> Requests() const;
     std::vector<Notification> Notifications() const;
     // The "DataUpdatedEvent" trees the plug-in sent, unwrapped from their relay.

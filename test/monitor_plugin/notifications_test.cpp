@@ -11,7 +11,7 @@ using ::testing::ElementsAre;
 class NotificationsTest : public PluginFixture {
 protected:
     void SetUp() override {
-        ASSERT_EQ(plugin->Initialize(), 0);
+        InitializeSettled();
         host.ClearLogs();
     }
 

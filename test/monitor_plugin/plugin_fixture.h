@@ -24,6 +24,19 @@ protected:
         plugin->Release();
     }
 
+    // Initialize, and in the service instance wait until its three workers have started, so their
+    // first log lines are not mistaken for a later step's.
+    void InitializeSettled() {
+        ASSERT_EQ(plugin->Initialize(), 0);
+        if (plugin->HostMode() == 0) {
+            for (const char* worker :
+                 {"Enter DoRecordSysInfoByPeriod", "Enter DoWaitingPowerResumeEvent",
+                  "Enter DoMonitorPluginInitialize"}) {
+                ASSERT_TRUE(host.WaitForLog(6, worker)) << worker;
+            }
+        }
+    }
+
     // Sends the request as the host does (slot 30) and gives the answer; result gets the code.
     ValueSet Send(ValueSet& request, HRESULT* result = nullptr) {
         ValueSet answer;

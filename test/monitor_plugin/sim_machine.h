@@ -14,7 +14,9 @@
 #include "sim/fake_io_libraries.h"
 #include "sim/fake_message_programs.h"
 #include "sim/fake_performance_counters.h"
+#include "sim/fake_physical_drives.h"
 #include "sim/fake_ryzen_master.h"
+#include "sim/fake_system_messages.h"
 #include "sim/fake_ui_processes.h"
 #include "sim/fake_window_messages.h"
 #include "sim/fake_wmi.h"
@@ -69,7 +71,7 @@ struct SimMachine {
     PluginPorts Ports() {
         return {
             .heap = heap,
-            .kernel = kernel,
+            .kernel = pluginKernel != nullptr ? *pluginKernel : kernel,
             .clock = clock,
             .uiProcesses = uiProcesses,
             .logFiles = logFiles,
@@ -94,13 +96,18 @@ struct SimMachine {
             .sharedEvents = sharedEvents,
             .windowMessages = windowMessages,
             .messagePrograms = messagePrograms,
+            .physicalDrives = physicalDrives,
+            .systemMessages = systemMessages,
             .xtuDelays = {0, 0, 0}, // the tuning utility answers at once
+            .workerTimeouts = workerTimeouts,
             .owner = nullptr,
         };
     }
 
     LockedHeap heap;
     sim::NativeKernelObjects kernel;
+    // The kernel objects the plug-in gets, when not `kernel` itself (virtual time, faults).
+    ports::KernelObjects* pluginKernel = nullptr;
     sim::FakeClock clock;
     sim::FakeUiProcesses uiProcesses;
     sim::MemoryLogFiles logFiles{kernel};
@@ -124,4 +131,8 @@ struct SimMachine {
     sim::NativeSharedEvents sharedEvents;
     sim::FakeWindowMessages windowMessages;
     sim::FakeMessagePrograms messagePrograms;
+    sim::FakePhysicalDrives physicalDrives;
+    sim::FakeSystemMessages systemMessages;
+    // The product's values; a test that lets time pass shortens them or runs on virtual time.
+    WorkerTimeouts workerTimeouts;
 };
