@@ -1,6 +1,7 @@
 #include "monitor_plugin/orvex_monitor_plugin.h"
 
 #include "monitor_plugin/module_list.h"
+#include "monitor_plugin/update_client_key.h"
 #include "plugin_frame/value_set.h"
 #include "recording/monitor_recorder.h"
 
@@ -80,6 +81,7 @@ COrvexMonitorPlugin::COrvexMonitorPlugin(uint32_t hostMode, const PluginPorts& p
 }
 
 COrvexMonitorPlugin::~COrvexMonitorPlugin() {
+    m_ports.recordingStopRequest.Unbind();
     DestroyRecorder();
     // The initialisation threads use the CPU side, which goes with this object.
     for (const auto& thread : m_hXTUInitializeThreads) {
@@ -111,6 +113,12 @@ HRESULT COrvexMonitorPlugin::Initialize() noexcept {
                         check->IsChanged, check->Type);
                 }
             }
+            // The recording message's program ends with code 1 when the user asks to stop.
+            m_ports.recordingStopRequest.Bind([this] {
+                if (const auto recorder = Recorder()) {
+                    recorder->Stop(true);
+                }
+            });
             QueryProductLine();
             m_cpu->LoadAMDSDK(m_cpuVendor, m_productLine);
             if (HostMode() == 0) {
@@ -253,6 +261,8 @@ void COrvexMonitorPlugin::StartXtuInitializeThread() {
 
 HRESULT COrvexMonitorPlugin::Uninitialize() noexcept {
     Log(LogLevel::kTrace, u"Uninitialize : Begin");
+    // Waits for a stop the message program asked for, before the recorder goes.
+    m_ports.recordingStopRequest.Unbind();
     if (Recorder() != nullptr) {
         m_ports.messagePrograms.Stop(ports::kMessageLogReady);
         DestroyRecorder();
@@ -322,7 +332,7 @@ void COrvexMonitorPlugin::DestroyRecorder() {
 }
 
 int32_t COrvexMonitorPlugin::RemoveUpdateClientKey() noexcept {
-    return 0;
+    return RemoveUpdateClientRegistration(m_ports.registryKeys);
 }
 
 HRESULT COrvexMonitorPlugin::OnDeviceChange(uint32_t, const void*) noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cpu/xtu_delays.h"
+#include "platform/recording_stop_request.h"
 #include "ports/amd_sdk.h"
 #include "ports/clock.h"
 #include "ports/code_signatures.h"
@@ -20,6 +21,7 @@
 #include "ports/message_programs.h"
 #include "ports/performance_counters.h"
 #include "ports/profile_strings.h"
+#include "ports/registry_keys.h"
 #include "ports/shared_events.h"
 #include "ports/system_devices.h"
 #include "ports/ui_process.h"
@@ -55,10 +57,13 @@ struct PluginPorts {
     ports::Cpuid& cpuid;
     ports::SystemDevices& systemDevices;
     ports::MachineRegistry& machineRegistry;
+    ports::RegistryKeys& registryKeys;
     ports::FirmwareDevices& firmware;
     ports::SharedEvents& sharedEvents;
     ports::WindowMessages& windowMessages;
     ports::MessagePrograms& messagePrograms;
+    // How the message programs reach the plug-in's recording: bound while it is initialised.
+    platform::RecordingStopRequest& recordingStopRequest;
     // How long the tuning utility's paths sleep: the product's values unless a test shortens them.
     cpu::XtuDelays xtuDelays;
     // Keeps the implementations above alive as long as the plug-in (the module makes them per

@@ -22,6 +22,7 @@
 #include "sim/memory_files.h"
 #include "sim/memory_log_files.h"
 #include "sim/memory_profile_strings.h"
+#include "sim/memory_registry_keys.h"
 #include "sim/native_kernel_objects.h"
 #include "sim/native_shared_events.h"
 
@@ -66,7 +67,9 @@ private:
 struct SimMachine {
     SimMachine() : helper(sim::FakeHelperLibrary::IntelLaptop()) {}
 
-    PluginPorts Ports() {
+    PluginPorts Ports() { return Ports(messagePrograms); }
+    // With other message programs than the recording fake, such as the real launcher.
+    PluginPorts Ports(ports::MessagePrograms& messages) {
         return {
             .heap = heap,
             .kernel = kernel,
@@ -90,10 +93,12 @@ struct SimMachine {
             .cpuid = cpuid,
             .systemDevices = systemDevices,
             .machineRegistry = machineRegistry,
+            .registryKeys = registryKeys,
             .firmware = firmware,
             .sharedEvents = sharedEvents,
             .windowMessages = windowMessages,
-            .messagePrograms = messagePrograms,
+            .messagePrograms = messages,
+            .recordingStopRequest = recordingStopRequest,
             .xtuDelays = {0, 0, 0}, // the tuning utility answers at once
             .owner = nullptr,
         };
@@ -120,8 +125,10 @@ struct SimMachine {
     sim::FakeCpuid cpuid;
     sim::FakeSystemDevices systemDevices;
     sim::MemoryRegistry machineRegistry;
+    sim::MemoryRegistryKeys registryKeys;
     sim::FakeFirmwareDevices firmware;
     sim::NativeSharedEvents sharedEvents;
     sim::FakeWindowMessages windowMessages;
     sim::FakeMessagePrograms messagePrograms;
+    platform::RecordingStopRequest recordingStopRequest;
 };
