@@ -3,6 +3,7 @@
 // Waiting, it sets its "started" event; obeying the close command it ends with 3; the user pressing
 // stop (its "stop" event) ends it with 1.
 #include "monitor_plugin_test.h"
+#include "win32/unique_handle.h"
 
 #include <algorithm>
 #include <string>
@@ -16,7 +17,6 @@
 namespace abi_test {
 namespace {
 
-using test_host::Exchange;
 using test_host::Tree;
 using test_host::Value;
 
@@ -25,18 +25,7 @@ constexpr DWORD kTerminated = 0;
 // How long the test waits for something the plug-in does on a thread of its own.
 constexpr DWORD kPatienceMs = 30000;
 
-// A handle that closes itself.
-struct Handle {
-    explicit Handle(HANDLE h = nullptr) : value(h) {}
-    Handle(Handle&& other) noexcept : value(std::exchange(other.value, nullptr)) {}
-    Handle(const Handle&) = delete;
-    ~Handle() {
-        if (value != nullptr && value != INVALID_HANDLE_VALUE) {
-            CloseHandle(value);
-        }
-    }
-    HANDLE value;
-};
+using Handle = win32::UniqueHandle;
 
 // One of the stand-in's named events of a kind, kept in existence by the test so that a signal
 // sent before the program opens it is not lost.
@@ -52,15 +41,15 @@ std::vector<Handle> RunningMessagePrograms() {
     const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
-    for (BOOL more = Process32FirstW(snapshot.value, &entry); more;
-         more = Process32NextW(snapshot.value, &entry)) {
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
+         more = Process32NextW(snapshot.get(), &entry)) {
         if (entry.th32ParentProcessID != GetCurrentProcessId() ||
             _wcsicmp(entry.szExeFile, L"QUILLON Message.exe") != 0) {
             continue;
         }
         Handle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
                                    entry.th32ProcessID));
-        if (process.value != nullptr && WaitForSingleObject(process.value, 0) == WAIT_TIMEOUT) {
+        if (process.get() != nullptr && WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT) {
             running.push_back(std::move(process));
         }
     }
@@ -69,17 +58,16 @@ std::vector<Handle> RunningMessagePrograms() {
 
 DWORD ExitCodeOf(const Handle& process) {
     DWORD code = 0xDEAD;
-    if (WaitForSingleObject(process.value, kPatienceMs) == WAIT_OBJECT_0) {
-        GetExitCodeProcess(process.value, &code);
+    if (WaitForSingleObject(process.get(), kPatienceMs) == WAIT_OBJECT_0) {
+        GetExitCodeProcess(process.get(), &code);
     }
     return code;
 }
 
-class MessageProgramTest : public MonitorPluginTest {
+class MessageProgramTest : public MonitorRequestTest {
 protected:
     void SetUp() override {
-        MonitorPluginTest::SetUp();
-        ASSERT_TRUE(host.InstallAll());
+        MonitorRequestTest::SetUp();
         ASSERT_EQ(Table().Initialize(Plugin()), 0);
         ASSERT_TRUE(RunningMessagePrograms().empty());
     }
@@ -88,15 +76,6 @@ protected:
         DeleteFileW(logPath.c_str());
     }
 
-    Tree Answer(const Tree& request) {
-        const Exchange exchange = host.SendRequest(request);
-        EXPECT_EQ(exchange.result, 0);
-        return exchange.AnswerTree().value_or(Tree{});
-    }
-    static int32_t IntOf(const Tree& tree, std::string_view key) {
-        const Value* value = tree.Find(key);
-        return value != nullptr ? value->AsInt32().value_or(-999) : -999;
-    }
     int32_t Recording(int32_t command) {
         return IntOf(
             Answer({{"Command", Value::Int32(command)}, {"RecordSN", Value::Int32(serial)}}),
@@ -105,18 +84,10 @@ protected:
     // A recording of this process logged to a file named `name` in the temporary folder; command
     // 19 enables both message kinds. Keeps the stop-logging event the plug-in shared with us.
     void StartLoggedRecording(const wchar_t* name) {
-        const Tree started = Answer({{"Command", Value::Int32(17)},
-                                     {"UIPid", Value::UInt32(GetCurrentProcessId())},
-                                     {"Capacity", Value::Int32(600)},
-                                     {"Interval", Value::Int32(1000)}});
-        ASSERT_EQ(IntOf(started, "Result"), 0);
-        serial = IntOf(*started.Find("Record")->AsMap(), "RecordSN");
-        std::wstring folder(MAX_PATH, L'\0');
-        folder.resize(GetTempPathW(MAX_PATH, folder.data()));
-        logPath = folder + name;
-        const Tree logging = Answer({{"Command", Value::Int32(19)},
-                                     {"RecordSN", Value::Int32(serial)},
-                                     {"Path", Value::Wide(logPath)}});
+        serial = StartRecording();
+        ASSERT_NE(serial, 0);
+        logPath = TempFile(name);
+        const Tree logging = StartLogging(serial, logPath);
         ASSERT_EQ(IntOf(logging, "Result"), 0);
         ASSERT_NE(logging.Find("StopLoggingEvent"), nullptr);
         stopLogging = Handle(reinterpret_cast<HANDLE>(
@@ -163,21 +134,21 @@ TEST_F(MessageProgramTest, a_message_ignoring_the_close_command_is_terminated) {
     const Handle logReadyMessage = std::move(running.front());
 
     ASSERT_EQ(Recording(22), 0); // returns after the grace of 2,000 ms
-    EXPECT_EQ(WaitForSingleObject(logReadyMessage.value, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(logReadyMessage.get(), 0), WAIT_OBJECT_0);
     EXPECT_EQ(ExitCodeOf(logReadyMessage), kTerminated);
 }
 
 TEST_F(MessageProgramTest, the_user_stopping_in_the_recording_message_stops_the_recording) {
     StartLoggedRecording(L"monitor_plugin_abi_user_stop.rml");
     const Handle recordingMessage = ShowRecordingMessage();
-    ASSERT_EQ(WaitForSingleObject(stopLogging.value, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    ASSERT_EQ(WaitForSingleObject(stopLogging.get(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
 
-    SetEvent(stopRecording.value);
+    SetEvent(stopRecording.get());
     EXPECT_EQ(ExitCodeOf(recordingMessage), 1u);
     // Stopping the recording ends its log, which the user interface sees on this event, and the
     // log-ready message follows once the recording has stopped.
-    EXPECT_EQ(WaitForSingleObject(stopLogging.value, kPatienceMs), WAIT_OBJECT_0);
-    ASSERT_EQ(WaitForSingleObject(logReadyStarted.value, kPatienceMs), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(stopLogging.get(), kPatienceMs), WAIT_OBJECT_0);
+    ASSERT_EQ(WaitForSingleObject(logReadyStarted.get(), kPatienceMs), WAIT_OBJECT_0);
     EXPECT_EQ(Recording(18), -3);
     EXPECT_EQ(RunningMessagePrograms().size(), 1u);
 }
