@@ -1,6 +1,7 @@
 #include "monitor_plugin/orvex_monitor_plugin.h"
 
 #include "monitor_plugin/module_list.h"
+#include "monitor_plugin/update_client_key.h"
 #include "plugin_frame/value_set.h"
 #include "recording/monitor_recorder.h"
 
@@ -75,6 +76,7 @@ COrvexMonitorPlugin::COrvexMonitorPlugin(uint32_t hostMode, const PluginPorts& p
 }
 
 COrvexMonitorPlugin::~COrvexMonitorPlugin() {
+    m_ports.recordingStopRequest.Unbind();
     // A worker that shutdown gave up on may still use the readers and the monitor lock.
     m_workers.reset();
     DestroyRecorder();
@@ -108,6 +110,12 @@ HRESULT COrvexMonitorPlugin::Initialize() noexcept {
                         check->IsChanged, check->Type);
                 }
             }
+            // The recording message's program ends with code 1 when the user asks to stop.
+            m_ports.recordingStopRequest.Bind([this] {
+                if (const auto recorder = Recorder()) {
+                    recorder->Stop(true);
+                }
+            });
             QueryProductLine();
             m_cpu->LoadAMDSDK(m_cpuVendor, m_productLine);
             if (HostMode() == 0) {
@@ -257,6 +265,8 @@ void COrvexMonitorPlugin::StartXtuInitializeThread() {
 
 HRESULT COrvexMonitorPlugin::Uninitialize() noexcept {
     Log(LogLevel::kTrace, u"Uninitialize : Begin");
+    // Waits for a stop the message program asked for, before the recorder goes.
+    m_ports.recordingStopRequest.Unbind();
     try {
         if (Recorder() != nullptr) {
             m_ports.messagePrograms.Stop(ports::kMessageLogReady);
@@ -313,7 +323,7 @@ void COrvexMonitorPlugin::DestroyRecorder() {
 }
 
 int32_t COrvexMonitorPlugin::RemoveUpdateClientKey() noexcept {
-    return 0;
+    return RemoveUpdateClientRegistration(m_ports.registryKeys);
 }
 
 HRESULT COrvexMonitorPlugin::SetEventCallback1(void* fn, void* context) noexcept {

@@ -2,6 +2,7 @@
 
 #include "cpu/xtu_delays.h"
 #include "monitor_plugin/worker_timeouts.h"
+#include "platform/recording_stop_request.h"
 #include "ports/amd_sdk.h"
 #include "ports/clock.h"
 #include "ports/code_signatures.h"
@@ -22,6 +23,7 @@
 #include "ports/performance_counters.h"
 #include "ports/physical_drives.h"
 #include "ports/profile_strings.h"
+#include "ports/registry_keys.h"
 #include "ports/shared_events.h"
 #include "ports/system_devices.h"
 #include "ports/system_messages.h"
@@ -58,12 +60,15 @@ struct PluginPorts {
     ports::Cpuid& cpuid;
     ports::SystemDevices& systemDevices;
     ports::MachineRegistry& machineRegistry;
+    ports::RegistryKeys& registryKeys;
     ports::FirmwareDevices& firmware;
     ports::SharedEvents& sharedEvents;
     ports::WindowMessages& windowMessages;
     ports::MessagePrograms& messagePrograms;
     ports::PhysicalDrives& physicalDrives;
     ports::SystemMessages& systemMessages;
+    // How the message programs reach the plug-in's recording: bound while it is initialised.
+    platform::RecordingStopRequest& recordingStopRequest;
     // How long the tuning utility's paths sleep: the product's values unless a test shortens them.
     cpu::XtuDelays xtuDelays;
     // How long the background workers and shutdown wait: likewise.

@@ -36,7 +36,7 @@ struct LoadedAmdSdk {
 };
 
 // Loads an SDK build by its path relative to the plug-in's folder, so that the library's own
-// dependencies are found beside it (LOAD_WITH_ALTERED_SEARCH_PATH).
+// dependencies are found beside it (and in System32, nowhere else).
 class AmdSdkLibraries {
 public:
     virtual ~AmdSdkLibraries() = default;

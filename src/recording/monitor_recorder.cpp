@@ -1,5 +1,6 @@
 #include "recording/monitor_recorder.h"
 
+#include "recording/log_path.h"
 #include "recording/record_buffer.h"
 #include "recording/recording_log.h"
 #include "recording/rml_format.h"
@@ -333,7 +334,7 @@ bool MonitorRecorder::StartLogging(const std::u16string& path, uint64_t* stopLog
     if (stopLoggingHandle != nullptr) {
         *stopLoggingHandle = ShareStopLoggingEvent();
     }
-    log_ = RecordingLog::Create(kernel_, clock_, logFiles_, path);
+    log_ = CreateLogAsUser(path);
     if (!log_) {
         return false;
     }
@@ -343,6 +344,24 @@ bool MonitorRecorder::StartLogging(const std::u16string& path, uint64_t* stopLog
         return false;
     }
     return true;
+}
+
+// The path comes from the user interface and the service may write where its user may not, so
+// the file is created with that user's rights, and only when the user interface runs in the
+// console session as its user.
+std::unique_ptr<RecordingLog> MonitorRecorder::CreateLogAsUser(const std::u16string& path) {
+    if (!current_ || !IsLogFilePath(path)) {
+        return nullptr;
+    }
+    const auto user = current_->uiProcess->ImpersonateConsoleUser();
+    if (!user) {
+        return nullptr;
+    }
+    auto log = RecordingLog::Create(kernel_, clock_, logFiles_, path);
+    if (!user->Revert()) {
+        return nullptr; // never go on with this thread in the user's identity
+    }
+    return log;
 }
 
 void MonitorRecorder::StopLogging() {

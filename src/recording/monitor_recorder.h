@@ -83,7 +83,10 @@ public:
 
     // Ends any log (without telling), then logs the recording to a new file at path. With
     // stopLoggingHandle, the stop-logging event is reset and shared with the user interface's
-    // process, and the handle value it got there (0 when none) is stored.
+    // process, and the handle value it got there (0 when none) is stored. The file is created as
+    // the user of the user interface's process, which must be the console session's user; a path
+    // that is not a file's (IsLogFilePath) or such a user is refused like a file that cannot be
+    // created.
     bool StartLogging(const std::u16string& path, uint64_t* stopLoggingHandle,
                       LogFinishedCallback logFinished);
     // Ends the log: writes the pending records, signals the stop-logging event and calls the
@@ -135,6 +138,7 @@ private:
     void EndRecording();
 
     // Under the file lock.
+    std::unique_ptr<RecordingLog> CreateLogAsUser(const std::u16string& path);
     void CloseLog();
     void NotifyLogEnd(Notices& notices);
     uint64_t ShareStopLoggingEvent();

@@ -15,7 +15,10 @@ struct Process {
     bool hasEnded = false;
     int openHandles = 0;
     std::vector<ports::Event*> sharedEvents;
+    FakeUiProcesses::User user = FakeUiProcesses::User::ConsoleUser;
 };
+
+thread_local uint32_t impersonatedOnThisThread = 0;
 
 } // namespace
 
@@ -23,6 +26,32 @@ struct FakeUiProcesses::Table {
     mutable std::mutex lock;
     std::map<uint32_t, Process> processes;
     bool failSharing = false;
+    int impersonations = 0;
+    int reverts = 0;
+};
+
+class FakeUiProcesses::Impersonation final : public ports::UserImpersonation {
+public:
+    Impersonation(std::shared_ptr<Table> table, bool revertFails)
+        : table_(std::move(table)), revertFails_(revertFails) {}
+    // The thread acts as itself again either way, so no later test inherits the identity.
+    ~Impersonation() override { impersonatedOnThisThread = 0; }
+
+    bool Revert() override {
+        if (revertFails_) {
+            return false;
+        }
+        if (impersonatedOnThisThread != 0) {
+            impersonatedOnThisThread = 0;
+            std::lock_guard guard(table_->lock);
+            ++table_->reverts;
+        }
+        return true;
+    }
+
+private:
+    std::shared_ptr<Table> table_;
+    bool revertFails_;
 };
 
 class FakeUiProcesses::Handle final : public ports::UiProcess, public NativeWaitable {
@@ -43,6 +72,20 @@ public:
         auto& shared = table_->processes.at(processId_).sharedEvents;
         shared.push_back(&event);
         return 0x1000 + 4 * shared.size(); // looks like a handle value
+    }
+
+    std::unique_ptr<ports::UserImpersonation> ImpersonateConsoleUser() override {
+        User user = User::ConsoleUser;
+        {
+            std::lock_guard guard(table_->lock);
+            user = table_->processes.at(processId_).user;
+            if (user != User::ConsoleUser && user != User::RevertFails) {
+                return nullptr;
+            }
+            ++table_->impersonations;
+        }
+        impersonatedOnThisThread = processId_;
+        return std::make_unique<Impersonation>(table_, user == User::RevertFails);
     }
 
 private:
@@ -78,6 +121,25 @@ void FakeUiProcesses::End(uint32_t processId) {
 void FakeUiProcesses::FailSharing(bool fail) {
     std::lock_guard guard(table_->lock);
     table_->failSharing = fail;
+}
+
+void FakeUiProcesses::SetUser(uint32_t processId, User user) {
+    std::lock_guard guard(table_->lock);
+    table_->processes.at(processId).user = user;
+}
+
+uint32_t FakeUiProcesses::ImpersonatedOnThisThread() {
+    return impersonatedOnThisThread;
+}
+
+int FakeUiProcesses::Impersonations() const {
+    std::lock_guard guard(table_->lock);
+    return table_->impersonations;
+}
+
+int FakeUiProcesses::Reverts() const {
+    std::lock_guard guard(table_->lock);
+    return table_->reverts;
 }
 
 int FakeUiProcesses::OpenHandles(uint32_t processId) const {

@@ -24,6 +24,22 @@ public:
     // Makes ShareEvent fail (answer 0) from now on, or work again.
     void FailSharing(bool fail);
 
+    // What acting as a process's user finds; a launched process is its console user's.
+    enum class User {
+        ConsoleUser,        // in the active console session, as that session's user
+        OtherSession,       // in another session than the active console's
+        OtherUser,          // in the console session, as another user than the session's
+        UnreadableToken,    // its token cannot be opened or read
+        ImpersonationFails, // the system refuses to act as its user
+        RevertFails,        // acting as its user works, returning from it is refused
+    };
+    void SetUser(uint32_t processId, User user);
+    // The process whose user the calling thread acts as now; 0 when it acts as itself.
+    static uint32_t ImpersonatedOnThisThread();
+    // How many times acting as a user began, and how many of those were reverted.
+    int Impersonations() const;
+    int Reverts() const;
+
     // Handles to the process that are still open.
     int OpenHandles(uint32_t processId) const;
     // The events shared with the process, in the order they were shared.
@@ -31,6 +47,7 @@ public:
 
 private:
     class Handle;
+    class Impersonation;
     struct Table;
     std::shared_ptr<Table> table_;
 };

@@ -26,14 +26,17 @@ std::wstring OwnModuleFolder() {
     return slash == std::wstring::npos ? std::wstring{} : path.substr(0, slash);
 }
 
-LoadedLibrary LoadBesidePlugin(const wchar_t* fileName, DWORD flags) {
-    const std::wstring path = OwnModuleFolder() + L'\\' + fileName;
+LoadedLibrary LoadMakerLibrary(const std::wstring& path) {
     LoadedLibrary loaded;
-    loaded.Module.reset(::LoadLibraryExW(path.c_str(), nullptr, flags));
+    loaded.Module.reset(::LoadLibraryExW(path.c_str(), nullptr, kMakerLibrarySearch));
     if (!loaded.Module) {
         loaded.Error = ::GetLastError();
     }
     return loaded;
+}
+
+LoadedLibrary LoadBesidePlugin(const wchar_t* fileName) {
+    return LoadMakerLibrary(OwnModuleFolder() + L'\\' + fileName);
 }
 
 } // namespace win32

@@ -18,9 +18,17 @@ struct LoadedLibrary {
     DWORD Error = ERROR_SUCCESS;
 };
 
-// Loads fileName (a path relative to the plug-in's folder) by its full path with the given
-// LoadLibraryExW flags.
-LoadedLibrary LoadBesidePlugin(const wchar_t* fileName, DWORD flags = 0);
+// How every library of the maker is loaded: by its full path, its own dependencies looked for
+// beside it and in System32 only. The process's search path (current folder, PATH, folders other
+// code added) takes no part, and nothing of the process's loader state is changed.
+inline constexpr DWORD kMakerLibrarySearch =
+    LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
+
+// Loads the library at the full path `path` with kMakerLibrarySearch.
+LoadedLibrary LoadMakerLibrary(const std::wstring& path);
+
+// Loads fileName (a path relative to the plug-in's folder) by its full path.
+LoadedLibrary LoadBesidePlugin(const wchar_t* fileName);
 
 // The export `name` of module as a function of type Fn; null when the module or the entry is
 // missing.

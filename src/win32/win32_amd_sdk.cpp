@@ -49,7 +49,7 @@ private:
 } // namespace
 
 ports::LoadedAmdSdk Win32AmdSdkLibraries::Load(const std::u16string& relativePath) {
-    LoadedLibrary library = LoadBesidePlugin(AsWide(relativePath), LOAD_WITH_ALTERED_SEARCH_PATH);
+    LoadedLibrary library = LoadBesidePlugin(AsWide(relativePath));
     if (!library.Module) {
         return {nullptr, library.Error};
     }

@@ -43,11 +43,11 @@ private:
 } // namespace
 
 ports::LoadedIoLibrary Win32IoLibraries::Load(const std::u16string& path) {
-    UniqueModule module(::LoadLibraryExW(AsWide(path), nullptr, 0));
-    if (!module) {
-        return {static_cast<uint32_t>(::GetLastError()), nullptr};
+    LoadedLibrary loaded = LoadMakerLibrary(AsWide(path));
+    if (!loaded.Module) {
+        return {static_cast<uint32_t>(loaded.Error), nullptr};
     }
-    return {ERROR_SUCCESS, std::make_unique<Win32IoLibrary>(std::move(module))};
+    return {ERROR_SUCCESS, std::make_unique<Win32IoLibrary>(std::move(loaded.Module))};
 }
 
 } // namespace win32

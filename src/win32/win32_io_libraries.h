@@ -4,7 +4,7 @@
 
 namespace win32 {
 
-// The vendor IO library loaded by full path with LoadLibraryExW and bound by the names
+// The vendor IO library loaded by full path (LoadMakerLibrary) and bound by the names
 // VELMORIO_OPEN_WO_MSG, VELMORIO_ReadMSR and VELMORIO_Close; FreeLibrary when it goes.
 class Win32IoLibraries final : public ports::IoLibraries {
 public:

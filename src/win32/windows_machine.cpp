@@ -1,6 +1,7 @@
 #include "win32/windows_machine.h"
 
-#include "monitor_plugin/pending_ports.h"
+#include "platform/message_program_launcher.h"
+#include "platform/recording_stop_request.h"
 #include "win32/process_heap.h"
 #include "win32/win32_amd_sdk.h"
 #include "win32/win32_clock.h"
@@ -20,10 +21,12 @@
 #include "win32/win32_performance_counters.h"
 #include "win32/win32_physical_drives.h"
 #include "win32/win32_profile_strings.h"
+#include "win32/win32_registry_keys.h"
 #include "win32/win32_shared_events.h"
 #include "win32/win32_system_devices.h"
 #include "win32/win32_system_messages.h"
 #include "win32/win32_ui_processes.h"
+#include "win32/win32_user_session.h"
 #include "win32/win32_window_messages.h"
 #include "win32/win32_wmi.h"
 #include "win32/win32_xtu_library.h"
@@ -58,12 +61,18 @@ struct WindowsMachine {
     Win32Cpuid cpuid;
     Win32SystemDevices systemDevices;
     Win32MachineRegistry machineRegistry;
+    Win32RegistryKeys registryKeys;
     Win32FirmwareDevices firmware;
     Win32SharedEvents sharedEvents;
     Win32WindowMessages windowMessages;
-    NoMessagePrograms messagePrograms;
     Win32PhysicalDrives physicalDrives;
     Win32SystemMessages systemMessages;
+    Win32UserSession userSession;
+    platform::RecordingStopRequest recordingStopRequest;
+    // After the kernel objects and the stop request it uses; it goes first and closes the
+    // programs still running.
+    platform::MessageProgramLauncher messagePrograms{userSession, kernel,
+                                                     [this] { recordingStopRequest(); }};
 };
 
 } // namespace
@@ -94,12 +103,14 @@ PluginPorts NewWindowsMachine() {
         .cpuid = m.cpuid,
         .systemDevices = m.systemDevices,
         .machineRegistry = m.machineRegistry,
+        .registryKeys = m.registryKeys,
         .firmware = m.firmware,
         .sharedEvents = m.sharedEvents,
         .windowMessages = m.windowMessages,
         .messagePrograms = m.messagePrograms,
         .physicalDrives = m.physicalDrives,
         .systemMessages = m.systemMessages,
+        .recordingStopRequest = m.recordingStopRequest,
         .xtuDelays = {},
         .workerTimeouts = {},
         .owner = machine,

@@ -4,6 +4,8 @@
 #include "host/test_host.h"
 
 #include <gtest/gtest.h>
+#include <string>
+#include <string_view>
 
 namespace abi_test {
 
@@ -30,6 +32,54 @@ protected:
     const test_host::abi::PluginTable& Table() const { return host.Table(); }
 
     test_host::TestHost host;
+};
+
+// With every host callback installed, and requests sent as trees.
+class MonitorRequestTest : public MonitorPluginTest {
+protected:
+    void SetUp() override {
+        MonitorPluginTest::SetUp();
+        ASSERT_TRUE(host.InstallAll());
+    }
+
+    // The answer to the request, which must have been handled.
+    test_host::Tree Answer(const test_host::Tree& request) {
+        const test_host::Exchange exchange = host.SendRequest(request);
+        EXPECT_EQ(exchange.result, 0);
+        return exchange.AnswerTree().value_or(test_host::Tree{});
+    }
+    // A 32-bit integer of the tree; -999 when missing or of another kind.
+    static int32_t IntOf(const test_host::Tree& tree, std::string_view key) {
+        const test_host::Value* value = tree.Find(key);
+        return value != nullptr ? value->AsInt32().value_or(-999) : -999;
+    }
+
+    // Command 17 for this process as the user interface: the recording's serial number, 0 when
+    // it did not start.
+    int32_t StartRecording(int32_t capacity = 600, int32_t interval = 1000) {
+        using test_host::Value;
+        const test_host::Tree started = Answer({{"Command", Value::Int32(17)},
+                                                {"UIPid", Value::UInt32(GetCurrentProcessId())},
+                                                {"Capacity", Value::Int32(capacity)},
+                                                {"Interval", Value::Int32(interval)}});
+        EXPECT_EQ(IntOf(started, "Result"), 0);
+        const Value* record = started.Find("Record");
+        return record != nullptr && record->AsMap() != nullptr ? IntOf(*record->AsMap(), "RecordSN")
+                                                               : 0;
+    }
+    // Command 19.
+    test_host::Tree StartLogging(int32_t serial, const std::wstring& path) {
+        using test_host::Value;
+        return Answer({{"Command", Value::Int32(19)},
+                       {"RecordSN", Value::Int32(serial)},
+                       {"Path", Value::Wide(path)}});
+    }
+    // A file of that name in the temporary folder.
+    static std::wstring TempFile(const wchar_t* name) {
+        std::wstring folder(MAX_PATH, L'\0');
+        folder.resize(GetTempPathW(MAX_PATH, folder.data()));
+        return folder + name;
+    }
 };
 
 } // namespace abi_test

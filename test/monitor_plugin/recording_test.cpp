@@ -292,6 +292,45 @@ TEST_F(RecordingTest, command_19_refused_by_the_recorder_answers_minus_5) {
     EXPECT_EQ(StartLogging(Serial(), u"C:\\rec.rml").GetInt32("Result"), -5);
 }
 
+TEST_F(RecordingTest, command_19_creates_the_file_as_the_user_interfaces_user) {
+    ASSERT_EQ(Start(600, 1000).GetInt32("Result"), 0);
+    ASSERT_EQ(StartLogging(Serial(), u"C:\\rec.rml").GetInt32("Result"), 0);
+    EXPECT_EQ(machine.uiProcesses.Impersonations(), 1);
+    EXPECT_EQ(machine.uiProcesses.Reverts(), 1);
+}
+
+TEST_F(RecordingTest, command_19_with_a_device_or_global_root_path_answers_minus_5) {
+    ASSERT_EQ(Start(600, 1000).GetInt32("Result"), 0);
+    for (const std::u16string path : {u"\\\\.\\PhysicalDrive0", u"\\\\?\\GLOBALROOT\\Device\\Null",
+                                      u"\\??\\C:\\rec.rml", u"C:\\logs\\NUL"}) {
+        const ValueSet answer = StartLogging(Serial(), path);
+        EXPECT_EQ(answer.GetInt32("Result"), -5);
+        EXPECT_FALSE(answer.Contains("StopLoggingEvent"));
+        EXPECT_FALSE(machine.logFiles.Exists(path));
+    }
+    EXPECT_EQ(machine.uiProcesses.Impersonations(), 0);
+}
+
+class CommandNineteenFromAnotherUser
+    : public RecordingTest,
+      public ::testing::WithParamInterface<sim::FakeUiProcesses::User> {};
+
+TEST_P(CommandNineteenFromAnotherUser, answers_minus_5_and_creates_no_file) {
+    ASSERT_EQ(Start(600, 1000).GetInt32("Result"), 0);
+    machine.uiProcesses.SetUser(kUiPid, GetParam());
+    const ValueSet answer = StartLogging(Serial(), u"C:\\rec.rml");
+    EXPECT_EQ(answer.GetInt32("Command"), 19);
+    EXPECT_EQ(answer.GetInt32("Result"), -5);
+    EXPECT_FALSE(machine.logFiles.IsOpen(u"C:\\rec.rml"));
+}
+
+INSTANTIATE_TEST_SUITE_P(OutsideTheConsoleUsersSession, CommandNineteenFromAnotherUser,
+                         ::testing::Values(sim::FakeUiProcesses::User::OtherSession,
+                                           sim::FakeUiProcesses::User::OtherUser,
+                                           sim::FakeUiProcesses::User::UnreadableToken,
+                                           sim::FakeUiProcesses::User::ImpersonationFails,
+                                           sim::FakeUiProcesses::User::RevertFails));
+
 TEST_F(RecordingTest, command_20_ends_the_log_and_the_log_ready_message_shows_the_file) {
     ASSERT_EQ(Start(600, 1000).GetInt32("Result"), 0);
     ASSERT_EQ(StartLogging(Serial(), u"C:\\rec.rml").GetInt32("Result"), 0);

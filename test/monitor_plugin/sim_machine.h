@@ -24,6 +24,7 @@
 #include "sim/memory_files.h"
 #include "sim/memory_log_files.h"
 #include "sim/memory_profile_strings.h"
+#include "sim/memory_registry_keys.h"
 #include "sim/native_kernel_objects.h"
 #include "sim/native_shared_events.h"
 
@@ -68,7 +69,9 @@ private:
 struct SimMachine {
     SimMachine() : helper(sim::FakeHelperLibrary::IntelLaptop()) {}
 
-    PluginPorts Ports() {
+    PluginPorts Ports() { return Ports(messagePrograms); }
+    // With other message programs than the recording fake, such as the real launcher.
+    PluginPorts Ports(ports::MessagePrograms& messages) {
         return {
             .heap = heap,
             .kernel = pluginKernel != nullptr ? *pluginKernel : kernel,
@@ -92,12 +95,14 @@ struct SimMachine {
             .cpuid = cpuid,
             .systemDevices = systemDevices,
             .machineRegistry = machineRegistry,
+            .registryKeys = registryKeys,
             .firmware = firmware,
             .sharedEvents = sharedEvents,
             .windowMessages = windowMessages,
-            .messagePrograms = messagePrograms,
+            .messagePrograms = messages,
             .physicalDrives = physicalDrives,
             .systemMessages = systemMessages,
+            .recordingStopRequest = recordingStopRequest,
             .xtuDelays = {0, 0, 0}, // the tuning utility answers at once
             .workerTimeouts = workerTimeouts,
             .owner = nullptr,
@@ -127,6 +132,7 @@ struct SimMachine {
     sim::FakeCpuid cpuid;
     sim::FakeSystemDevices systemDevices;
     sim::MemoryRegistry machineRegistry;
+    sim::MemoryRegistryKeys registryKeys;
     sim::FakeFirmwareDevices firmware;
     sim::NativeSharedEvents sharedEvents;
     sim::FakeWindowMessages windowMessages;
@@ -135,4 +141,5 @@ struct SimMachine {
     sim::FakeSystemMessages systemMessages;
     // The product's values; a test that lets time pass shortens them or runs on virtual time.
     WorkerTimeouts workerTimeouts;
+    platform::RecordingStopRequest recordingStopRequest;
 };

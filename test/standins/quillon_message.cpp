@@ -1,9 +1,11 @@
 // Stand-in for the message program: it reads -T:"kind", -L:"text" and -Q as the real one gets them
 // and lets the text script what it does, so tests see how a program in the user session ended.
 //   -Q                  sets the kind's close event and exits with 0.
-//   no text             waits for the kind's close event, then exits with kCloseExitCode.
+//   otherwise           sets the kind's started event, then waits for the kind's close event and
+//                       exits with kCloseExitCode, or for the kind's stop event (the user
+//                       pressing stop) and exits with 1.
 //   -L:"exit:N"         exits at once with N.
-//   -L:"ignore-close"   never ends by itself.
+//   -L:"...ignore-close" (a text ending so, such as a log path) never ends by itself.
 //   -L:"count:..."      exits with the number of arguments it was given.
 #include <cstdlib>
 #include <cwchar>
@@ -18,27 +20,52 @@ namespace {
 
 // Exit code of a program that obeyed the close command: distinct from a termination with 0.
 constexpr int kCloseExitCode = 3;
+// Exit code of the recording message when the user asks to stop the recording.
+constexpr int kStopExitCode = 1;
 
-std::wstring CloseEventName(const std::wstring& kind) {
-    return L"Local\\QUILLON Message stand-in close " + kind;
+// The stand-in's named events of a kind: "started", "close", "stop".
+std::wstring EventName(const wchar_t* what, const std::wstring& kind) {
+    return std::wstring(L"Local\\QUILLON Message stand-in ") + what + L" " + kind;
+}
+
+void Signal(const std::wstring& name) {
+    if (const HANDLE event = ::CreateEventW(nullptr, TRUE, FALSE, name.c_str())) {
+        ::SetEvent(event);
+        ::CloseHandle(event);
+    }
 }
 
 bool StartsWith(const std::wstring& text, const wchar_t* prefix) {
     return text.rfind(prefix, 0) == 0;
 }
 
-int WaitForClose(const std::wstring& kind) {
-    const HANDLE closeEvent = ::CreateEventW(nullptr, TRUE, FALSE, CloseEventName(kind).c_str());
-    if (closeEvent == nullptr) {
-        return 100;
+bool EndsWith(const std::wstring& text, const std::wstring& suffix) {
+    return text.size() >= suffix.size() &&
+           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+int WaitForCloseOrStop(const std::wstring& kind) {
+    const HANDLE events[] = {
+        ::CreateEventW(nullptr, TRUE, FALSE, EventName(L"close", kind).c_str()),
+        ::CreateEventW(nullptr, TRUE, FALSE, EventName(L"stop", kind).c_str()),
+    };
+    int exitCode = 100;
+    if (events[0] != nullptr && events[1] != nullptr) {
+        Signal(EventName(L"started", kind));
+        const DWORD which = ::WaitForMultipleObjects(2, events, FALSE, INFINITE);
+        exitCode = which == WAIT_OBJECT_0 + 1 ? kStopExitCode : kCloseExitCode;
     }
-    ::WaitForSingleObject(closeEvent, INFINITE);
-    ::CloseHandle(closeEvent);
-    return kCloseExitCode;
+    for (const HANDLE event : events) {
+        if (event != nullptr) {
+            ::CloseHandle(event);
+        }
+    }
+    return exitCode;
 }
 
 int Close(const std::wstring& kind) {
-    const HANDLE closeEvent = ::CreateEventW(nullptr, TRUE, FALSE, CloseEventName(kind).c_str());
+    const HANDLE closeEvent =
+        ::CreateEventW(nullptr, TRUE, FALSE, EventName(L"close", kind).c_str());
     if (closeEvent == nullptr) {
         return 101;
     }
@@ -79,8 +106,8 @@ int main() {
     if (StartsWith(text, L"count:")) {
         return count;
     }
-    if (text == L"ignore-close") {
+    if (EndsWith(text, L"ignore-close")) {
         ::Sleep(INFINITE);
     }
-    return WaitForClose(kind);
+    return WaitForCloseOrStop(kind);
 }

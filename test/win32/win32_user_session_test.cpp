@@ -120,6 +120,20 @@ TEST_F(MessageProgramLauncherOnWindowsTest, ProgramIgnoringTheCloseCommandIsTerm
     EXPECT_EQ(EndedWith(program), 0u);
 }
 
+// A double quote in the text would end -L's argument and let the rest add -Q of its own.
+TEST_F(MessageProgramLauncherOnWindowsTest,
+       TextWithADoubleQuoteCannotAddArgumentsAndLaunchesNothing) {
+    launcher.SetEnabled(7, 1);
+    EXPECT_FALSE(launcher.Start(7, u"count:\" -Q -X:\"1"));
+    EXPECT_EQ(launcher.ProcessId(7), 0u);
+    // The kind stays enabled: a quotable text starts it, as one argument.
+    ASSERT_TRUE(launcher.Start(7, u"count: C:\\Logs\\a -Q.rml"));
+    const auto program = Observe(launcher.ProcessId(7));
+    ASSERT_TRUE(program);
+    EXPECT_EQ(EndedWith(program), 3u); // the program, -T and -L
+    launcher.Stop(7);
+}
+
 TEST_F(MessageProgramLauncherOnWindowsTest, KindOneEndingWithOneStopsTheRecording) {
     launcher.SetEnabled(ports::kMessageRecording, 1);
     ASSERT_TRUE(launcher.Start(ports::kMessageRecording, u"exit:1"));
