@@ -115,7 +115,7 @@ TEST_F(BackgroundWorkersTest, the_global_power_resume_event_wakes_the_service_in
     TestHost user(WorkersFolder(), kPluginFile, 1);
     StartUserSession(user);
     // The user-session instance does not react to resume ...
-    abi::EventHandler* userEvents = user.EventHandler();
+    test_host::abi::EventHandler* userEvents = user.EventHandler();
     ASSERT_NE(userEvents, nullptr);
     userEvents->table->OnPowerChange(userEvents, 7, nullptr);
     // ... while the same global event, set by name, makes the service instance record.
@@ -131,9 +131,10 @@ TEST_F(BackgroundWorkersTest, the_global_power_resume_event_wakes_the_service_in
     service.Table().Uninitialize(service.Plugin());
 }
 
-// One service instance from load to unload; gives how long Uninitialize took.
+// One service instance from load to unload, in the module's build folder where no maker library
+// lies, so only the workers' own objects come and go; gives how long Uninitialize took.
 std::chrono::microseconds ServiceLife() {
-    TestHost service(WorkersFolder(), kPluginFile, 0);
+    TestHost service(PluginFolder(), kPluginFile, 0);
     StartService(service);
     const auto begin = std::chrono::steady_clock::now();
     service.Table().Uninitialize(service.Plugin());

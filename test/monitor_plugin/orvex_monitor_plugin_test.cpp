@@ -1,5 +1,6 @@
 #include "expected_values.h"
 #include "fake_host.h"
+#include "monitor_host.h"
 #include "monitor_plugin/orvex_monitor_plugin.h"
 #include "plugin_frame/value_set.h"
 #include "sim_machine.h"
@@ -179,7 +180,9 @@ TEST_F(OrvexMonitorPluginTest, callback_slots_install_what_the_frame_then_uses) 
 }
 
 TEST_F(OrvexMonitorPluginTest, handle_message_slot_dispatches_through_slot_30) {
-    host.Install(*plugin);
+    // Initialize starts the workers, which log from their own threads.
+    MonitorHost threadSafeHost(machine.heap);
+    threadSafeHost.Install(*plugin);
     uint8_t message[32] = {0xE1};
     uint8_t* answer = nullptr;
     uint32_t answerSize = 0;
@@ -189,7 +192,7 @@ TEST_F(OrvexMonitorPluginTest, handle_message_slot_dispatches_through_slot_30) {
                                 &answerSize),
               kNotInitialized);
     EXPECT_EQ(answer, nullptr);
-    EXPECT_TRUE(host.Logged(6, "ProcessRequest : Begin"));
+    EXPECT_TRUE(threadSafeHost.Logged(6, "ProcessRequest : Begin"));
 
     ValueSet request;
     ValueSet response;
@@ -209,6 +212,7 @@ TEST_F(OrvexMonitorPluginTest, handle_message_slot_dispatches_through_slot_30) {
     EXPECT_EQ(answered.GetInt32("Command"), 255);
     machine.heap.Free(answer);
     CallSlot<HRESULT>(table, 9);
+    host.Install(*plugin); // the fixture's host outlives the plug-in
 }
 
 TEST_F(OrvexMonitorPluginTest, lifecycle_slots_return_0) {
