@@ -1,6 +1,7 @@
 // orvex-host: the reference host. Loads MonitorPlugin.dll as the service host does and shows
 // what it answers, records it, or serves it over HTTP (see command_line.cpp for the usage).
 #include "command_line.h"
+#include "cpu_monitor_start.h"
 #include "host_core/answer_render.h"
 #include "interrupt.h"
 #include "record_command.h"
@@ -34,6 +35,7 @@ int main(int argc, char** argv) {
     if (line->command == "info") {
         return Info(session);
     }
+    AwaitCpuMonitor(session, interrupt);
     if (line->command == "snapshot") {
         return Snapshot(session, line->json);
     }
