@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include "common/tool_text.h"
+#include "host_core/answer_render.h"
 
 #include <charconv>
 
@@ -21,12 +22,15 @@ const char* const kUsage =
     "                       or N seconds\n"
     "options:\n"
     "  --plugin-dir DIR     folder of MonitorPlugin.dll (default: this program's folder)\n"
-    "  --profile FILE       host profile the plug-in's queries are answered from\n"
+    "  --profile FILE       host profile the plug-in's queries are answered from (default:\n"
+    "                       host.profile in this program's folder, when there is one)\n"
     "  --log-level N        print the plug-in's log lines up to level N on standard error\n"
     "  --host-mode N        QueryLibrary's host mode (0 service, other: user session)\n"
     "  --print-rows         print the rows the plug-in asks the host to insert\n";
 
 namespace {
+
+constexpr wchar_t kDefaultProfileName[] = L"host.profile";
 
 std::optional<int> Number(std::string_view text) {
     int value = 0;
@@ -102,6 +106,11 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::string_view>&
                                             std::string& error) {
     CommandLine line;
     line.session.folder = ProgramFolder();
+    // A laptop's folder carries its host profile beside the host; --profile overrides it.
+    const std::string besideHost = Utf8(line.session.folder + L"\\" + kDefaultProfileName);
+    if (ReadFileBytes(besideHost) && !ReadProfile(besideHost, line.session.profile, error)) {
+        return std::nullopt;
+    }
     int seconds = 0;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string_view arg = args[i];
