@@ -20,6 +20,8 @@ constexpr DWORD kStallAllowanceMs = 30000;
 // it one more record than expected may be pending: a ring of at least one page always holds
 // them, where a ring of exactly the expected records would refuse the final write.
 constexpr int kSmallestCapacity = 600;
+// What stands for "Result" when an answer has none.
+constexpr int32_t kNoResult = -100;
 
 int32_t IntegerOf(const Tree& tree, std::string_view key, int32_t otherwise) {
     const Value* value = tree.Find(key);
@@ -100,6 +102,45 @@ private:
     std::atomic<int32_t> newest_{-1};
 };
 
+// Command 17: the recording's serial number, or nothing with the reason on standard error.
+std::optional<int32_t> StartRecording(PluginSession& session, int expected, int intervalMs) {
+    const std::optional<Tree> started = AnsweredCommand(
+        session, Tree{{"Command", Value::Int32(17)},
+                      {"UIPid", Value::UInt32(GetCurrentProcessId())},
+                      {"Capacity", Value::Int32(std::max(expected + 1, kSmallestCapacity))},
+                      {"Interval", Value::Int32(intervalMs)}});
+    if (!started) {
+        return std::nullopt;
+    }
+    const int32_t result = IntegerOf(*started, "Result", kNoResult);
+    const Value* record = started->Find("Record");
+    if (result != 0 || record == nullptr || record->AsMap() == nullptr) {
+        std::fprintf(stderr, "orvex-host: the plug-in did not start the recording (Result %d)\n",
+                     result);
+        return std::nullopt;
+    }
+    return IntegerOf(*record->AsMap(), "RecordSN", 0);
+}
+
+// Command 19: the stop-logging event the plug-in hands this process (the host has no use for
+// it, but owns it), or nothing with the reason on standard error when the plug-in refused.
+std::optional<win32::UniqueHandle> StartLogging(PluginSession& session, int32_t serial,
+                                                const std::wstring& path) {
+    const std::optional<Tree> logging =
+        AnsweredCommand(session, Tree{{"Command", Value::Int32(19)},
+                                      {"Path", Value::Wide(path)},
+                                      {"RecordSN", Value::Int32(serial)}});
+    const int32_t result = logging ? IntegerOf(*logging, "Result", kNoResult) : kNoResult;
+    if (result != 0) {
+        std::fprintf(stderr, "orvex-host: the plug-in refused to log to %s (Result %d)\n",
+                     Utf8(path).c_str(), result);
+        return std::nullopt;
+    }
+    const Value* event = logging->Find("StopLoggingEvent");
+    const uint64_t handle = event == nullptr ? 0 : event->AsInt64().value_or(0);
+    return win32::UniqueHandle(reinterpret_cast<HANDLE>(static_cast<uintptr_t>(handle)));
+}
+
 // The log read back: where it is, its interval and records, then the ten items' summary.
 int Summarise(const std::string& path, const std::wstring& windowsPath) {
     const std::optional<std::vector<uint8_t>> bytes = ReadFileBytes(Utf8(windowsPath));
@@ -128,46 +169,22 @@ int Record(PluginSession& session, const RecordOptions& options, const Interrupt
     const int expected = std::max(1, options.seconds * 1000 / options.intervalMs);
     const std::wstring path = FullPath(options.out);
     RoundWatch rounds(session);
-
-    const std::optional<Tree> started = AnsweredCommand(
-        session, Tree{{"Command", Value::Int32(17)},
-                      {"UIPid", Value::UInt32(GetCurrentProcessId())},
-                      {"Capacity", Value::Int32(std::max(expected + 1, kSmallestCapacity))},
-                      {"Interval", Value::Int32(options.intervalMs)}});
-    const Value* record = started ? started->Find("Record") : nullptr;
-    const int32_t serial = record != nullptr && record->AsMap() != nullptr
-                               ? IntegerOf(*record->AsMap(), "RecordSN", 0)
-                               : 0;
-    if (!started || IntegerOf(*started, "Result", -100) != 0) {
-        std::fprintf(stderr, "orvex-host: the plug-in did not start the recording (Result %d)\n",
-                     started ? IntegerOf(*started, "Result", -100) : -100);
+    const std::optional<int32_t> serial = StartRecording(session, expected, options.intervalMs);
+    if (!serial) {
         return 1;
     }
-    const std::optional<Tree> logging =
-        AnsweredCommand(session, Tree{{"Command", Value::Int32(19)},
-                                      {"Path", Value::Wide(path)},
-                                      {"RecordSN", Value::Int32(serial)}});
-    // The plug-in hands this process the stop-logging event; the host has no use for it.
-    const Value* stopEvent = logging ? logging->Find("StopLoggingEvent") : nullptr;
-    const win32::UniqueHandle stopLogging(
-        stopEvent == nullptr
-            ? nullptr
-            : reinterpret_cast<HANDLE>(static_cast<uintptr_t>(stopEvent->AsInt64().value_or(0))));
-    const int32_t logged = logging ? IntegerOf(*logging, "Result", -100) : -100;
+    const std::optional<win32::UniqueHandle> stopLogging = StartLogging(session, *serial, path);
     bool complete = false;
-    if (logged == 0) {
+    if (stopLogging) {
         std::fprintf(stderr, "recording %d records at %d ms into %s\n", expected,
                      options.intervalMs, Utf8(path).c_str());
         std::fflush(stderr);
         const DWORD nominal = static_cast<DWORD>(expected) * static_cast<DWORD>(options.intervalMs);
         complete = rounds.Follow(expected, 2 * nominal + kStallAllowanceMs, interrupt);
-    } else {
-        std::fprintf(stderr, "orvex-host: the plug-in refused to log to %s (Result %d)\n",
-                     Utf8(path).c_str(), logged);
     }
-    RecordingCommand(session, 20, serial);
-    RecordingCommand(session, 22, serial);
-    if (logged != 0) {
+    RecordingCommand(session, 20, *serial);
+    RecordingCommand(session, 22, *serial);
+    if (!stopLogging) {
         return 1;
     }
     if (!complete) {
