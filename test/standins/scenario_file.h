@@ -15,7 +15,9 @@
 // library, named by its file ("[NativeCorvaneHelper]", "[GPUControlLibrary]",
 // "[ExternalGPUConfigHelper]", "[VelmorEncryptHelper]", "[VelmorIO3_64]",
 // "[XTUWrapperForNativeCode]", "[AMDCPULibrary]" for every build of the AMD SDK), plus "[Host]"
-// for the answers a host gives the plug-in ("ProductLine", "ModelName", "SubBrand", "UWPInfo").
+// for the answers a host gives the plug-in, in the reference host's profile form
+// (tools/host_core/host_profile.h: "ProductLine", "MarketingName", "ModelName", "SubBrand" and
+// "PPRead", the "UWPInfo" answer).
 // Lines are "key=value" (blanks around both trimmed; blank lines and lines starting with ';' or
 // '#' skipped; a later line wins); keys are case-sensitive. A stand-in uses the nearest
 // "standin_scenario.ini" at or above its own folder and reads it again at every call, so a test
