@@ -26,16 +26,20 @@ function(expect_positive document)
     endif()
 endfunction()
 
-file(READ ${ROOT}/profiles/${PROFILE}/laptop.ini profile)
-string(REGEX MATCH "\nMarketingName *= *([^\r\n]*[^ \r\n])" ignored "${profile}")
-set(marketing_name "${CMAKE_MATCH_1}")
-string(REGEX MATCH "\nGetCPUVendor *= *([0-9]+)" ignored "${profile}")
-set(vendor "${CMAKE_MATCH_1}")
+file(READ ${ROOT}/profiles/${PROFILE}/standin_scenario.ini profile)
+# The profile's own words for what the laptop must answer.
+function(profile_value out key)
+    string(REGEX MATCH "\n${key} *= *([^\r\n]*[^ \r\n])" ignored "${profile}")
+    set(${out} "${CMAKE_MATCH_1}" PARENT_SCOPE)
+endfunction()
+profile_value(marketing_name MarketingName)
+profile_value(vendor GetCPUVendor)
+profile_value(gpu_name FullName)
 
 host(info info)
 string(REPLACE "\r" "" info "${info}")
 foreach(row "CPUVendor +${vendor}" "ModelName +${marketing_name}" "IsSupportFanAcoustic +1"
-        "GPUFullName +NVIDIA")
+        "GPUFullName +${gpu_name}")
     if(NOT info MATCHES "\n${row}")
         message(FATAL_ERROR "${PROFILE}: info has no row '${row}'\n${info}")
     endif()
@@ -44,7 +48,7 @@ endforeach()
 host(snapshot snapshot --json)
 foreach(path "Core0;ProcessorFrequency" "Core0;Temprature" "Core0;Usage" "Core0;Voltage"
         "Adapter0;ProcessorFrequency" "Adapter0;Temprature" "Adapter0;Usage"
-        "Adapter0;OCFrequency" "CPUFanSpeed" "CPUFanAcoustic" "GPUFanSpeed" "GPUFanAcoustic"
+        "CPUFanSpeed" "CPUFanAcoustic" "GPUFanSpeed" "GPUFanAcoustic"
         "GPUTGP" "TotalMemorySize")
     expect_positive("${snapshot}" monitor ${path})
 endforeach()
