@@ -85,6 +85,12 @@ BENCHMARK(BM_UninitializeStopsTheWorkers)->UseManualTime()->Unit(benchmark::kMic
 
 } // namespace
 
+// The counting operators below replace the global ones and pair malloc with free themselves; gcc
+// sees the free of a block that a new-expression returned once it inlines them, and would warn.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+
 void* operator new(std::size_t size) {
     g_allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* block = std::malloc(size == 0 ? 1 : size)) {

@@ -1,5 +1,6 @@
 // The command table of MonitorPlugin.dll through the host's byte messages under Wine: answers as
 // bytes, and a whole recording with its "DataUpdatedEvent" requests, pages and a real log file.
+#include "data_updates.h"
 #include "monitor_plugin_test.h"
 
 #include <cstring>
@@ -30,10 +31,6 @@ protected:
         EXPECT_EQ(exchange.result, 0);
         EXPECT_TRUE(!exchange.answerPresent || exchange.answerOnProcessHeap);
         return exchange.AnswerTree().value_or(Tree{});
-    }
-    static int32_t IntOf(const Tree& tree, std::string_view key) {
-        const Value* value = tree.Find(key);
-        return value != nullptr ? value->AsInt32().value_or(-999) : -999;
     }
 };
 
@@ -89,36 +86,8 @@ protected:
         return Answer({{"Command", Value::Int32(command)}, {"RecordSN", Value::Int32(serial)}});
     }
 
-    // The "DataUpdatedEvent" trees received so far, unwrapped from their relay to role 1.
-    std::vector<Tree> DataUpdates() {
-        std::vector<Tree> updates;
-        for (const auto& request : host.Requests()) {
-            const auto body = test_host::Decode(request.message.body);
-            if (!body || body->Find("Request") == nullptr) {
-                continue;
-            }
-            const Tree* relay = body->Find("Request")->AsMap();
-            const Value* inner = relay != nullptr ? relay->Find("Request") : nullptr;
-            if (inner != nullptr && inner->AsMap() != nullptr &&
-                inner->AsMap()->Find("RequestRole") != nullptr &&
-                inner->AsMap()->Find("RequestRole")->AsWide() == L"DataUpdatedEvent") {
-                updates.push_back(*inner->AsMap());
-            }
-        }
-        return updates;
-    }
-    // Waits until the round has been announced.
-    bool WaitForRound(int32_t round) {
-        for (size_t seen = host.Requests().size();; ++seen) {
-            const auto updates = DataUpdates();
-            if (!updates.empty() && IntOf(updates.back(), "Round") >= round) {
-                return true;
-            }
-            if (!host.WaitForRequests(seen + 1, 30s)) {
-                return false;
-            }
-        }
-    }
+    std::vector<Tree> DataUpdates() { return abi_test::DataUpdates(host); }
+    bool WaitForRound(int32_t round) { return abi_test::WaitForRound(host, round); }
     static std::wstring TempFile(const wchar_t* name) {
         std::wstring folder(MAX_PATH, L'\0');
         folder.resize(GetTempPathW(MAX_PATH, folder.data()));

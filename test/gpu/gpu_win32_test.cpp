@@ -1,6 +1,7 @@
 // The GPU pages on the Win32 bindings under Wine: the stand-in maker libraries beside this test
 // answer from the scenario file the test writes.
 #include "fake_host.h"
+#include "fanacoustic/tree_crypto.h"
 #include "gpu/fan_acoustic.h"
 #include "gpu/gpu_information.h"
 #include "ms_printf.h"
@@ -8,7 +9,6 @@
 #include "ports/helper_library.h"
 #include "standin_scenario.h"
 #include "test_plugin.h"
-#include "fanacoustic/tree_crypto.h"
 #include "win32/win32_display_adapters.h"
 #include "win32/win32_docking_controller.h"
 #include "win32/win32_encrypt_helper.h"
@@ -49,10 +49,10 @@ class GpuWin32Test : public ::testing::Test {
 protected:
     GpuWin32Test() {
         gpu_test::ClearScenario();
-        Scenario(u"Adapter", u"Vendor", u"1");
-        Scenario(u"Adapter", u"Type", u"1");
-        Scenario(u"Adapter", u"IdWord0", u"0x28E010DE");
-        Scenario(u"Adapter", u"IdWord1", u"0x1234ABCD");
+        Scenario("GPUControlLibrary", "Vendor", "1");
+        Scenario("GPUControlLibrary", "Type", "1");
+        Scenario("GPUControlLibrary", "IdWord0", "0x28E010DE");
+        Scenario("GPUControlLibrary", "IdWord1", "0x1234ABCD");
     }
 
     win32::Win32DisplayAdapters adapters;
@@ -60,25 +60,25 @@ protected:
 };
 
 TEST_F(GpuWin32Test, the_adapter_library_binds_and_devices_call_through_their_table) {
-    Scenario(u"Adapter", u"BasicVendor", u"1");
-    Scenario(u"Adapter", u"EmptyFlags", u"0x10");
-    Scenario(u"Adapter", u"FullName", u"NVIDIA GeForce RTX 4060 Laptop GPU");
-    Scenario(u"Adapter", u"MemorySize", u"8192");
-    Scenario(u"Adapter", u"BusWidth", u"128");
-    Scenario(u"Adapter", u"BasicCode", u"0x00000001");
-    Scenario(u"Adapter", u"MaxProcessorFrequency", u"2370");
-    Scenario(u"Adapter", u"MaxMemoryFrequency", u"8001");
-    Scenario(u"Adapter", u"MaxVoltage", u"1100");
-    Scenario(u"Adapter", u"MaxUsage", u"100");
-    Scenario(u"Adapter", u"MaxTemperature", u"-3");
-    Scenario(u"Adapter", u"State", u"1");
-    Scenario(u"Adapter", u"ProcessorFrequency", u"1800");
-    Scenario(u"Adapter", u"MemoryFrequency", u"7000");
-    Scenario(u"Adapter", u"Voltage", u"850");
-    Scenario(u"Adapter", u"Usage", u"55");
-    Scenario(u"Adapter", u"Temperature", u"66");
-    Scenario(u"Adapter", u"CurrentCode", u"0x80004005");
-    Scenario(u"Adapter", u"FanRpm", u"2900");
+    Scenario("GPUControlLibrary", "BasicVendor", "1");
+    Scenario("GPUControlLibrary", "EmptyFlags", "0x10");
+    Scenario("GPUControlLibrary", "FullName", "NVIDIA GeForce RTX 4060 Laptop GPU");
+    Scenario("GPUControlLibrary", "MemorySize", "8192");
+    Scenario("GPUControlLibrary", "BusWidth", "128");
+    Scenario("GPUControlLibrary", "BasicCode", "0x00000001");
+    Scenario("GPUControlLibrary", "MaxProcessorFrequency", "2370");
+    Scenario("GPUControlLibrary", "MaxMemoryFrequency", "8001");
+    Scenario("GPUControlLibrary", "MaxVoltage", "1100");
+    Scenario("GPUControlLibrary", "MaxUsage", "100");
+    Scenario("GPUControlLibrary", "MaxTemperature", "-3");
+    Scenario("GPUControlLibrary", "State", "1");
+    Scenario("GPUControlLibrary", "ProcessorFrequency", "1800");
+    Scenario("GPUControlLibrary", "MemoryFrequency", "7000");
+    Scenario("GPUControlLibrary", "Voltage", "850");
+    Scenario("GPUControlLibrary", "Usage", "55");
+    Scenario("GPUControlLibrary", "Temperature", "66");
+    Scenario("GPUControlLibrary", "CurrentCode", "0x80004005");
+    Scenario("GPUControlLibrary", "FanRpm", "2900");
     ASSERT_EQ(adapters.LoadError(), 0u);
     {
         auto created = adapters.CreateDevice();
@@ -121,7 +121,7 @@ TEST_F(GpuWin32Test, the_adapter_library_binds_and_devices_call_through_their_ta
 }
 
 TEST_F(GpuWin32Test, a_failed_create_device_hands_out_no_device) {
-    Scenario(u"Adapter", u"CreateCode", u"0x80004005");
+    Scenario("GPUControlLibrary", "CreateCode", "0x80004005");
     const auto created = adapters.CreateDevice();
     ASSERT_TRUE(created.has_value());
     EXPECT_EQ(created->Code, static_cast<int32_t>(0x80004005u));
@@ -144,14 +144,14 @@ TEST_F(GpuWin32Test, the_controller_takes_owner_and_callback_and_refresh_reaches
 }
 
 TEST_F(GpuWin32Test, the_dock_library_binds_and_frees_its_configuration_records) {
-    Scenario(u"Dock", u"IdWord0", u"0x28E010DE");
-    Scenario(u"Dock", u"IdWord1", u"7");
-    Scenario(u"Dock", u"IdCode", u"0x80070002");
-    Scenario(u"Dock", u"ConfigRecords", u"3");
-    Scenario(u"Dock", u"ConfigWord0", u"0x11112222");
-    Scenario(u"Dock", u"ConfigWord1", u"0x33334444");
-    Scenario(u"Dock", u"FanRpm", u"1700");
-    Scenario(u"Dock", u"FanAcoustic", u"36");
+    Scenario("ExternalGPUConfigHelper", "IdWord0", "0x28E010DE");
+    Scenario("ExternalGPUConfigHelper", "IdWord1", "7");
+    Scenario("ExternalGPUConfigHelper", "IdCode", "0x80070002");
+    Scenario("ExternalGPUConfigHelper", "ConfigRecords", "3");
+    Scenario("ExternalGPUConfigHelper", "ConfigWord0", "0x11112222");
+    Scenario("ExternalGPUConfigHelper", "ConfigWord1", "0x33334444");
+    Scenario("ExternalGPUConfigHelper", "FanRpm", "1700");
+    Scenario("ExternalGPUConfigHelper", "FanAcoustic", "36");
     ASSERT_EQ(dock.LoadError(), 0u);
     int owner = 0;
     EXPECT_EQ(dock.Initialize(&owner), 0);
@@ -335,7 +335,7 @@ TEST_F(GpuClockFlowWin32Test, no_enciphered_file_calls_no_helper_and_logs_0_mhz)
 }
 
 TEST_F(GpuClockFlowWin32Test, a_helper_that_writes_nothing_leaves_the_values) {
-    Scenario(u"Encrypt", u"WritesNothing", u"1");
+    Scenario("VelmorEncryptHelper", "WritesNothing", "1");
     WriteTable("[Main]\r\nCount=1\r\n1=28E0\r\n");
     gpu.GetGPUBaseFrequency(u"28E0");
     EXPECT_EQ(Calls(u"DecryptAES"), 1u);
@@ -343,10 +343,10 @@ TEST_F(GpuClockFlowWin32Test, a_helper_that_writes_nothing_leaves_the_values) {
 }
 
 TEST_F(GpuClockFlowWin32Test, the_dock_is_probed_through_the_library_and_reports_its_fan) {
-    Scenario(u"Dock", u"IdWord0", u"0x28E010DE");
-    Scenario(u"Dock", u"IdWord1", u"0x1234ABCD");
-    Scenario(u"Dock", u"FanRpm", u"1700");
-    Scenario(u"Dock", u"FanAcoustic", u"36");
+    Scenario("ExternalGPUConfigHelper", "IdWord0", "0x28E010DE");
+    Scenario("ExternalGPUConfigHelper", "IdWord1", "0x1234ABCD");
+    Scenario("ExternalGPUConfigHelper", "FanRpm", "1700");
+    Scenario("ExternalGPUConfigHelper", "FanAcoustic", "36");
     gpu.SetProductLine(1);
     ValueSet base;
     gpu.GetBaseInformation(base);

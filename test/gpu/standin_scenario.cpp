@@ -1,5 +1,6 @@
 #include "standin_scenario.h"
 
+#include "scenario_file.h"
 #include "win32/plugin_module.h"
 #include "win32/wide.h"
 
@@ -9,25 +10,26 @@ namespace gpu_test {
 
 namespace {
 
-std::wstring ScenarioPath() {
-    return win32::OwnModuleFolder() + L"\\standin_scenario.ini";
+standin::ScenarioFolder Here() {
+    return standin::ScenarioFolder(win32::OwnModuleFolder());
 }
 
 } // namespace
 
 void ClearScenario() {
-    for (const wchar_t* section : {L"Adapter", L"Dock", L"Encrypt", L"Calls"}) {
-        ::WritePrivateProfileStringW(section, nullptr, nullptr, ScenarioPath().c_str());
-    }
+    Here().Clear();
 }
 
-void Scenario(const char16_t* section, const char16_t* key, const std::u16string& value) {
-    ::WritePrivateProfileStringW(win32::AsWide(section), win32::AsWide(key), win32::AsWide(value),
-                                 ScenarioPath().c_str());
+void Scenario(const char* section, const char* key, const std::string& value) {
+    Here().Set(section, key, value);
 }
 
 uint32_t Calls(const char16_t* name) {
-    return ::GetPrivateProfileIntW(L"Calls", win32::AsWide(name), 0, ScenarioPath().c_str());
+    std::string narrow; // the names are ASCII
+    for (const char16_t* c = name; *c != u'\0'; ++c) {
+        narrow += static_cast<char>(*c);
+    }
+    return Here().CallCount(narrow);
 }
 
 std::u16string TestFolder() {

@@ -3,14 +3,14 @@
 #include <cstdint>
 #include <string>
 
-// The test's side of the stand-in maker libraries' scenario file (test/standins/scenario.h),
+// The test's side of the stand-in maker libraries' scenario (test/standins/scenario_file.h),
 // beside this test.
 namespace gpu_test {
 
-// Drops every value and call count of the scenario.
+// Drops every value and recorded call of the scenario.
 void ClearScenario();
-void Scenario(const char16_t* section, const char16_t* key, const std::u16string& value);
-// How often the stand-ins were called by the name they count under.
+void Scenario(const char* section, const char* key, const std::string& value);
+// How often the stand-ins recorded the call named so.
 uint32_t Calls(const char16_t* name);
 // The folder of this test (and of the stand-ins).
 std::u16string TestFolder();

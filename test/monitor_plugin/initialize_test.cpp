@@ -263,6 +263,24 @@ TEST_F(UserSessionInstanceTest, signals_the_first_session_event_and_opens_no_dev
     service->Release();
 }
 
+// Whether Initialize started the tuning-utility thread on the used Intel machine: the plug-in is
+// destroyed first, which waits for the thread.
+bool StartsTheTuningUtilityThread(SimMachine& machine, uint32_t hostMode) {
+    auto* plugin = new COrvexMonitorPlugin(hostMode, machine.Ports());
+    plugin->Initialize();
+    plugin->Uninitialize();
+    plugin->Release();
+    return machine.helper.StartXtuServiceCalls() != 0 || machine.xtu.Seen().Created != 0;
+}
+
+TEST_F(UserSessionInstanceTest, starts_no_tuning_utility_thread_on_a_used_intel_machine) {
+    EXPECT_FALSE(StartsTheTuningUtilityThread(machine, 1));
+}
+
+TEST_F(InitializeTest, the_service_instance_starts_the_tuning_utility_thread_on_a_used_machine) {
+    EXPECT_TRUE(StartsTheTuningUtilityThread(machine, 0));
+}
+
 TEST_F(UserSessionInstanceTest, registers_the_ravik_hotkey_message_with_its_identifier) {
     plugin->Initialize();
     EXPECT_THAT(host.WindowMessages(), ElementsAre(std::pair<uint32_t, int32_t>{

@@ -195,6 +195,34 @@ TEST_F(RecordingTest, a_sample_is_the_snapshot_of_commands_1_and_3) {
     EXPECT_EQ(ItemOf(answer, 6), 16384.0 - 8192.0);
 }
 
+TEST_F(RecordingTest, the_first_sample_records_no_disk_activity_as_a_rate_needs_two_samples) {
+    const char16_t* disk[] = {u"\\PhysicalDisk(_Total)\\% Disk Time",
+                              u"\\PhysicalDisk(_Total)\\Disk Read Bytes/sec",
+                              u"\\PhysicalDisk(_Total)\\Disk Write Bytes/sec"};
+    // The counters exist, but a rate counter has no value from its first sample.
+    for (const char16_t* path : disk) {
+        machine.counters.SetValue(path, 3000.0);
+        machine.counters.FailRead(path, 0xC0000BC6); // PDH_CSTATUS_INVALID_DATA
+    }
+    // One sample only: the next is a minute away.
+    ASSERT_EQ(Start(600, 60000).GetInt32("Result"), 0);
+    ASSERT_TRUE(host.WaitForRound(0));
+    const ValueSet first = Read(Serial(), 0, 1);
+    ASSERT_EQ(first.GetInt32("Result"), 0);
+    for (const std::size_t item : {7u, 8u, 9u}) {
+        EXPECT_EQ(ItemOf(first, item), 0.0) << item;
+    }
+
+    // From the second sample on the same query forms the rates.
+    for (const char16_t* path : disk) {
+        machine.counters.FailRead(path, 0);
+    }
+    const ValueSet second = Command(3);
+    EXPECT_EQ(second.GetUInt64("Result"), 0u);
+    EXPECT_EQ(second.GetDouble("DiskActiveTimeCounter"), 3000.0);
+    EXPECT_EQ(second.GetDouble("DiskReadSpeedCounter"), 3.0);
+}
+
 TEST_F(RecordingTest, the_sampler_asks_commands_1_and_3_through_the_request_path) {
     ASSERT_EQ(Start(600, 1).GetInt32("Result"), 0);
     ASSERT_TRUE(host.WaitForRound(1));

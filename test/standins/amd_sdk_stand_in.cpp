@@ -1,8 +1,9 @@
 // A build of AMD's Ryzen SDK for the Windows tests; the same source is built under the three
 // file names. STAND_IN_WITHOUT_STATUS leaves out "GetCPUStatus" and "AMDSDK_Uninit", for the
-// paths where an entry is missing.
+// paths where an entry is missing. Every build answers from the [AMDCPULibrary] section: init,
+// uninit, status [0], cores [8], memory, clock, voltage, usage, temperature [0].
 
-#include "stand_in_scenario.h"
+#include "stand_in.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -14,16 +15,16 @@
 
 namespace {
 
-constexpr wchar_t kScenario[] = L"amd_sdk";
+constexpr char kSection[] = "AMDCPULibrary";
 
 int32_t Integer(const char* key, double fallback) {
-    return static_cast<int32_t>(stand_in::Value(kScenario, key, fallback));
+    return static_cast<int32_t>(standin::StandIn(kSection).Double(key, fallback));
 }
 
 void RecordCall(const char* text) {
     char line[160];
     std::snprintf(line, sizeof line, "%s %s", STAND_IN_BUILD, text);
-    stand_in::Record(kScenario, line);
+    standin::StandIn(kSection).Record(line);
 }
 
 template <typename T>

@@ -2,12 +2,18 @@
 // virtual table has the library's slot order, answering from the [Adapter] section of the
 // scenario. Members are plain functions with the object first (a member call on x64), exported
 // under the library's decorated names by gpu_control_library.def.
-#include "ini_scenario.h"
+#include "stand_in.h"
 
 #include <cstdint>
 #include <cwchar>
 
 namespace {
+
+constexpr char kSection[] = "GPUControlLibrary";
+
+void Record(const char* call) {
+    standin::StandIn(kSection).Record(call);
+}
 
 struct Controller {
     void* owner = nullptr;
@@ -18,35 +24,35 @@ struct Device {
     void* const* table;
 };
 
-uint32_t Adapter(const wchar_t* key, uint32_t fallback = 0) {
-    return standin::Number(L"Adapter", key, fallback);
+uint32_t Adapter(const char* key, uint32_t fallback = 0) {
+    return static_cast<uint32_t>(standin::StandIn(kSection).Integer(key, fallback));
 }
 
-int32_t Code(const wchar_t* key) {
+int32_t Code(const char* key) {
     return static_cast<int32_t>(Adapter(key));
 }
 
 // The library's objects are checked: a call on anything else is counted.
 void CheckSelf(const void* self, const void* expected) {
     if (self != expected) {
-        standin::CountCall(L"WrongObject");
+        Record("WrongObject");
     }
 }
 
 void NeverCalled(void*) {
-    standin::CountCall(L"UnexpectedSlot");
+    Record("UnexpectedSlot");
 }
 
 uint32_t GetVendor(void*) {
-    return Adapter(L"Vendor");
+    return Adapter("Vendor");
 }
 uint32_t GetType(void*) {
-    return Adapter(L"Type");
+    return Adapter("Type");
 }
 int32_t GetDeviceID(void*, uint32_t* id) {
-    id[0] = Adapter(L"IdWord0");
-    id[1] = Adapter(L"IdWord1");
-    return Code(L"IdCode");
+    id[0] = Adapter("IdWord0");
+    id[1] = Adapter("IdWord1");
+    return Code("IdCode");
 }
 
 struct BasicInfo {
@@ -59,13 +65,13 @@ struct BasicInfo {
 static_assert(sizeof(BasicInfo) == 528);
 
 int32_t GetBasicInfo(void*, BasicInfo* info) {
-    info->Vendor = static_cast<int32_t>(Adapter(L"BasicVendor"));
-    info->EmptyFlags = Adapter(L"EmptyFlags");
-    const std::wstring name = standin::Text(L"Adapter", L"FullName");
+    info->Vendor = static_cast<int32_t>(Adapter("BasicVendor"));
+    info->EmptyFlags = Adapter("EmptyFlags");
+    const std::wstring name = standin::StandIn(kSection).Wide("FullName");
     std::wcsncpy(info->FullName, name.c_str(), 255);
-    info->MemorySize = static_cast<int32_t>(Adapter(L"MemorySize"));
-    info->BusWidth = static_cast<int32_t>(Adapter(L"BusWidth"));
-    return Code(L"BasicCode");
+    info->MemorySize = static_cast<int32_t>(Adapter("MemorySize"));
+    info->BusWidth = static_cast<int32_t>(Adapter("BusWidth"));
+    return Code("BasicCode");
 }
 
 struct MaxInfo {
@@ -76,12 +82,12 @@ struct MaxInfo {
 static_assert(sizeof(MaxInfo) == 16);
 
 int32_t GetMaxInfo(void*, MaxInfo* info) {
-    info->ProcessorFrequency = Adapter(L"MaxProcessorFrequency");
-    info->MemoryFrequency = Adapter(L"MaxMemoryFrequency");
-    info->Voltage = static_cast<int32_t>(Adapter(L"MaxVoltage"));
-    info->Usage = static_cast<int16_t>(Adapter(L"MaxUsage"));
-    info->Temperature = static_cast<int16_t>(Adapter(L"MaxTemperature"));
-    return Code(L"MaxCode");
+    info->ProcessorFrequency = Adapter("MaxProcessorFrequency");
+    info->MemoryFrequency = Adapter("MaxMemoryFrequency");
+    info->Voltage = static_cast<int32_t>(Adapter("MaxVoltage"));
+    info->Usage = static_cast<int16_t>(Adapter("MaxUsage"));
+    info->Temperature = static_cast<int16_t>(Adapter("MaxTemperature"));
+    return Code("MaxCode");
 }
 
 struct CurrentInfo {
@@ -92,18 +98,18 @@ struct CurrentInfo {
 static_assert(sizeof(CurrentInfo) == 24);
 
 int32_t GetCurrentInfo(void*, CurrentInfo* info) {
-    info->State = Adapter(L"State");
-    info->ProcessorFrequency = Adapter(L"ProcessorFrequency");
-    info->MemoryFrequency = Adapter(L"MemoryFrequency");
-    info->Voltage = static_cast<int32_t>(Adapter(L"Voltage"));
-    info->Usage = static_cast<int16_t>(Adapter(L"Usage"));
-    info->Temperature = static_cast<int16_t>(Adapter(L"Temperature"));
-    return Code(L"CurrentCode");
+    info->State = Adapter("State");
+    info->ProcessorFrequency = Adapter("ProcessorFrequency");
+    info->MemoryFrequency = Adapter("MemoryFrequency");
+    info->Voltage = static_cast<int32_t>(Adapter("Voltage"));
+    info->Usage = static_cast<int16_t>(Adapter("Usage"));
+    info->Temperature = static_cast<int16_t>(Adapter("Temperature"));
+    return Code("CurrentCode");
 }
 
 int32_t GetFanSpeed(void*, uint32_t* rpm) {
-    *rpm = Adapter(L"FanRpm");
-    return Code(L"FanCode");
+    *rpm = Adapter("FanRpm");
+    return Code("FanCode");
 }
 
 void* const kDeviceTable[] = {
@@ -125,15 +131,15 @@ void* StandInGet() {
 
 int32_t StandInInitialize(Controller* self, void* owner, void (*callback)(void*)) {
     CheckSelf(self, &g_controller);
-    standin::CountCall(L"AdaptersInitialize");
+    Record("AdaptersInitialize");
     self->owner = owner;
     self->callback = callback;
-    return Code(L"InitializeCode");
+    return Code("InitializeCode");
 }
 
 int32_t StandInUninitialize(Controller* self, void*) {
     CheckSelf(self, &g_controller);
-    standin::CountCall(L"AdaptersUninitialize");
+    Record("AdaptersUninitialize");
     self->owner = nullptr;
     self->callback = nullptr;
     return 0;
@@ -142,7 +148,7 @@ int32_t StandInUninitialize(Controller* self, void*) {
 // A refresh reports an adapter change to the owner, as the library does after a device change.
 int32_t StandInRefresh(Controller* self, uint32_t) {
     CheckSelf(self, &g_controller);
-    standin::CountCall(L"AdaptersRefresh");
+    Record("AdaptersRefresh");
     if (self->callback != nullptr) {
         self->callback(self->owner);
     }
@@ -151,8 +157,8 @@ int32_t StandInRefresh(Controller* self, uint32_t) {
 
 int32_t StandInCreateDevice(Controller* self, void** device) {
     CheckSelf(self, &g_controller);
-    standin::CountCall(L"CreateDevice");
-    const int32_t code = Code(L"CreateCode");
+    Record("CreateDevice");
+    const int32_t code = Code("CreateCode");
     if (code >= 0) {
         *device = new Device{kDeviceTable};
     }
@@ -161,7 +167,7 @@ int32_t StandInCreateDevice(Controller* self, void** device) {
 
 int32_t StandInDestroyDevice(Controller* self, void** device) {
     CheckSelf(self, &g_controller);
-    standin::CountCall(L"DestroyDevice");
+    Record("DestroyDevice");
     delete static_cast<Device*>(*device);
     *device = nullptr;
     return 0;

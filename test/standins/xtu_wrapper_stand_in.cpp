@@ -1,16 +1,18 @@
 // XTUWrapperForNativeCode.dll for the Windows tests. MinGW cannot give a C++ class the MSVC
 // names, so the members are plain functions taking the object first (the x64 member call) and
-// exported under the decorated names by xtu_wrapper_stand_in.def. The object is the caller's one
+// exported under the decorated names by xtu_wrapper_stand_in.def. It answers from its
+// [XTUWrapperForNativeCode] section: initialize [1], what Initialize answers; value.N, the monitor
+// value of identifier N in upper-case hexadecimal [0.0]. The object is the caller's one
 // byte: the constructor marks it, and every later call records whether it got the same object.
 
-#include "stand_in_scenario.h"
+#include "stand_in.h"
 
 #include <cstdint>
 #include <cstdio>
 
 namespace {
 
-constexpr wchar_t kScenario[] = L"xtu";
+constexpr char kSection[] = "XTUWrapperForNativeCode";
 constexpr unsigned char kMark = 0xA5;
 bool monitorRunning = false;
 
@@ -21,7 +23,7 @@ const char* Object(void* self) {
 void RecordCall(const char* member, void* self) {
     char line[128];
     std::snprintf(line, sizeof line, "%s %s", member, Object(self));
-    stand_in::Record(kScenario, line);
+    standin::StandIn(kSection).Record(line);
 }
 
 } // namespace
@@ -41,7 +43,7 @@ void XtuDestruct(void* self) {
 
 bool XtuInitialize(void* self) {
     RecordCall("Initialize", self);
-    return stand_in::Value(kScenario, "initialize", 1.0) != 0.0;
+    return standin::StandIn(kSection).Double("initialize", 1.0) != 0.0;
 }
 
 void XtuStartMonitor(void* self) {
@@ -57,10 +59,11 @@ bool XtuIsMonitorRunning(void* self) {
 double XtuGetMonitorValue(void* self, unsigned int monitorId) {
     char line[128];
     std::snprintf(line, sizeof line, "GetMonitorValue %s %X", Object(self), monitorId);
-    stand_in::Record(kScenario, line);
+    const standin::StandIn scenario(kSection);
+    scenario.Record(line);
     char key[32];
     std::snprintf(key, sizeof key, "value.%X", monitorId);
-    return stand_in::Value(kScenario, key, 0.0);
+    return scenario.Double(key, 0.0);
 }
 
 void XtuStopMonitor(void* self) {

@@ -2,9 +2,9 @@
 #include "cpu/cpu_initialized_event.h"
 #include "cpu/intel_cpu_monitor.h"
 #include "fake_host.h"
+#include "scenario_file.h"
 #include "sim/fake_helper_library.h"
 #include "sim/memory_files.h"
-#include "stand_in_scenario_writer.h"
 #include "test_plugin.h"
 #include "win32/win32_amd_sdk.h"
 #include "win32/win32_cpuid.h"
@@ -20,15 +20,23 @@ namespace {
 
 using ::testing::ElementsAre;
 
+constexpr char kXtu[] = "XTUWrapperForNativeCode";
+constexpr char kAmdSdk[] = "AMDCPULibrary";
+
+std::u16string ProgramFolder() {
+    return standin::ProgramFolder().u16string();
+}
+
 // The builders on the real bindings: what the stand-ins answer reaches the answer.
 class CpuBuildersOnStandInsTest : public ::testing::Test {
 protected:
     CpuBuildersOnStandInsTest() {
+        scenario.Clear();
         host.Install(*plugin);
-        files.SetFolders({.Plugin = StandInScenario::ProgramFolder()});
+        files.SetFolders({.Plugin = ProgramFolder()});
     }
 
-    StandInScenario scenario;
+    standin::ScenarioFolder scenario{standin::ProgramFolder()};
     FakeHost host;
     PluginRef plugin{new TestPlugin(0, host.Heap())};
     win32::Win32KernelObjects kernel;
@@ -41,7 +49,7 @@ protected:
 };
 
 TEST_F(CpuBuildersOnStandInsTest, the_intel_builder_reads_the_xtu_stand_in) {
-    scenario.Write("xtu", "initialize=1\nvalue.5=3.4\nvalue.5A=27.5\nvalue.A1000001=55\n");
+    scenario.Write(kXtu, "initialize=1\nvalue.5=3.4\nvalue.5A=27.5\nvalue.A1000001=55\n");
     sim::FakeHelperLibrary helper(sim::FakeHelperLibrary::IntelLaptop());
     win32::Win32XtuLibrary xtu;
     cpu::IntelCpuMonitor intel(
@@ -59,13 +67,13 @@ TEST_F(CpuBuildersOnStandInsTest, the_intel_builder_reads_the_xtu_stand_in) {
     EXPECT_EQ(core->GetInt32("ProcessorFrequency"), 3400);
     EXPECT_EQ(core->GetDouble("Usage"), 27.5);
     intel.DestroyXtu();
-    for (const std::string& call : scenario.Calls("xtu")) {
+    for (const std::string& call : scenario.Calls(kXtu)) {
         EXPECT_THAT(call, ::testing::HasSubstr(" ok")); // always the object it constructed
     }
 }
 
 TEST_F(CpuBuildersOnStandInsTest, the_amd_builder_loads_the_1_6_build_and_reads_its_status) {
-    scenario.Write("amd_sdk", "cores=4\nmemory=2933\nclock=-3600\nusage=18\n");
+    scenario.Write(kAmdSdk, "cores=4\nmemory=2933\nclock=-3600\nusage=18\n");
     win32::Win32AmdSdkLibraries sdk;
     win32::Win32Cpuid cpuid;
     win32::Win32SystemDevices devices;
@@ -79,8 +87,7 @@ TEST_F(CpuBuildersOnStandInsTest, the_amd_builder_loads_the_1_6_build_and_reads_
     amd.LoadAMDSDK(2, 32); // product line 32 never takes the 1.3 build
     ASSERT_TRUE(amd.SdkLoaded());
     ASSERT_EQ(checked.size(), 1u);
-    EXPECT_EQ(checked[0], StandInScenario::ProgramFolder() +
-                              u"\\AMDCPULibrary_1.6_DT\\AMDCPULibrary_1.6_DT.dll");
+    EXPECT_EQ(checked[0], ProgramFolder() + u"\\AMDCPULibrary_1.6_DT\\AMDCPULibrary_1.6_DT.dll");
     amd.PrepareStatusBlock();
     EXPECT_EQ(amd.PhysicalCoreCount(), 4);
 
@@ -91,7 +98,7 @@ TEST_F(CpuBuildersOnStandInsTest, the_amd_builder_loads_the_1_6_build_and_reads_
     EXPECT_EQ(core->GetInt32("ProcessorFrequency"), 3600);
     EXPECT_EQ(core->GetDouble("Usage"), 18.0);
     amd.UnloadAMDSDK();
-    EXPECT_THAT(scenario.Calls("amd_sdk"),
+    EXPECT_THAT(scenario.Calls(kAmdSdk),
                 ElementsAre("1.6 AMDSDK_Init", "1.6 NumberOFPhysicalCPU",
                             "1.6 GetMemoryFrequency 0", "1.6 GetCPUStatus 4 memory=2933",
                             "1.6 AMDSDK_Uninit"));

@@ -1,6 +1,6 @@
 #include "cpu/cpu_info_reader.h"
 #include "machine_doubles.h"
-#include "scenario.h"
+#include "scenario_file.h"
 #include "win32/win32_helper_library.h"
 #include "win32/win32_io_libraries.h"
 #include "win32/win32_kernel_objects.h"
@@ -35,10 +35,10 @@ protected:
     }
 
     void SetUp() override {
-        standin::WriteScenario(win32::OwnModuleFolder(), L"NativeCorvaneHelper",
-                               "DSTS.0x00120094=0x00010041\n");
-        standin::WriteScenario(win32::OwnModuleFolder(), L"VelmorIO3_64",
-                               "MSR.0x198=0x00001A0000000000\n");
+        standin::ScenarioFolder(win32::OwnModuleFolder())
+            .Write("NativeCorvaneHelper", "DSTS.0x00120094=0x00010041\n");
+        standin::ScenarioFolder(win32::OwnModuleFolder())
+            .Write("VelmorIO3_64", "MSR.0x198=0x00001A0000000000\n");
     }
 
     win32::Win32KernelObjects kernel;
@@ -62,15 +62,16 @@ TEST_F(CpuInfoReaderWin32Test, the_qz731_model_reads_its_voltage_through_the_io_
 }
 
 TEST_F(CpuInfoReaderWin32Test, firmware_readings_come_through_the_helper_library) {
-    standin::WriteScenario(win32::OwnModuleFolder(), L"NativeCorvaneHelper",
-                           "DSTS.0x00120094=0x00010041\nDSTS.0x00120079=0x00010456\n");
+    standin::ScenarioFolder(win32::OwnModuleFolder())
+        .Write("NativeCorvaneHelper", "DSTS.0x00120094=0x00010041\nDSTS.0x00120079=0x00010456\n");
     auto reader = Reader(2, u"GA402");
     reader->Initialize(reinterpret_cast<void*>(0x42));
     EXPECT_TRUE(Logged(5, u"Support BIOS Temperature"));
     EXPECT_TRUE(Logged(5, u"Support BIOS Voltage"));
     EXPECT_EQ(reader->GetTemperature(), 65);
     EXPECT_EQ(reader->GetVoltage(), 1110.0);
-    const auto calls = standin::RecordedCalls(win32::OwnModuleFolder(), L"NativeCorvaneHelper");
+    const auto calls =
+        standin::ScenarioFolder(win32::OwnModuleFolder()).Calls("NativeCorvaneHelper");
     ASSERT_FALSE(calls.empty());
     EXPECT_EQ(calls.front(),
               "One_WMIMethod_INT device=0x0000000000000042 method=0x53545344 id=0x00120079");

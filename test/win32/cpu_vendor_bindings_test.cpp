@@ -1,4 +1,4 @@
-#include "stand_in_scenario_writer.h"
+#include "scenario_file.h"
 #include "win32/wide.h"
 #include "win32/win32_amd_sdk.h"
 #include "win32/win32_cpuid.h"
@@ -18,16 +18,20 @@ namespace {
 
 using ::testing::ElementsAre;
 
+constexpr char kXtu[] = "XTUWrapperForNativeCode";
+constexpr char kAmdSdk[] = "AMDCPULibrary";
 constexpr char16_t kBuild16[] = u"AMDCPULibrary_1.6_DT\\AMDCPULibrary_1.6_DT.dll";
 constexpr char16_t kBuild15[] = u"AMDCPULibraryDT\\AMDCPULibraryDT.dll";
 
 class MakerBindingsTest : public ::testing::Test {
 protected:
-    StandInScenario scenario;
+    MakerBindingsTest() { scenario.Clear(); }
+
+    standin::ScenarioFolder scenario{standin::ProgramFolder()};
 };
 
 TEST_F(MakerBindingsTest, the_xtu_wrapper_is_called_through_its_decorated_names_object_first) {
-    scenario.Write("xtu", "initialize=1\nvalue.A1000001=47.5\nvalue.41=-1.05\n");
+    scenario.Write(kXtu, "initialize=1\nvalue.A1000001=47.5\nvalue.41=-1.05\n");
     win32::Win32XtuLibrary library;
     {
         const auto wrapper = library.CreateWrapper();
@@ -42,7 +46,7 @@ TEST_F(MakerBindingsTest, the_xtu_wrapper_is_called_through_its_decorated_names_
         wrapper->StopMonitor();
         EXPECT_FALSE(wrapper->IsMonitorRunning());
     }
-    EXPECT_THAT(scenario.Calls("xtu"),
+    EXPECT_THAT(scenario.Calls(kXtu),
                 ElementsAre("construct ok", "Initialize ok", "IsMonitorRunning ok",
                             "StartMonitor ok", "IsMonitorRunning ok", "GetMonitorValue ok A1000001",
                             "GetMonitorValue ok 41", "GetMonitorValue ok 5A", "StopMonitor ok",
@@ -53,15 +57,15 @@ TEST_F(MakerBindingsTest, the_xtu_wrapper_answers_false_as_the_scenario_changes)
     win32::Win32XtuLibrary library;
     const auto wrapper = library.CreateWrapper();
     ASSERT_NE(wrapper, nullptr);
-    scenario.Write("xtu", "initialize=0\n");
+    scenario.Write(kXtu, "initialize=0\n");
     EXPECT_FALSE(wrapper->Initialize());
-    scenario.Write("xtu", "initialize=1\n");
+    scenario.Write(kXtu, "initialize=1\n");
     EXPECT_TRUE(wrapper->Initialize());
 }
 
 TEST_F(MakerBindingsTest, an_amd_sdk_build_is_loaded_from_its_folder_and_called_by_name) {
-    scenario.Write("amd_sdk", "init=-3\ncores=6\nmemory=3200\nclock=-3600\nvoltage=1125\n"
-                              "usage=-41\ntemperature=63\n");
+    scenario.Write(kAmdSdk, "init=-3\ncores=6\nmemory=3200\nclock=-3600\nvoltage=1125\n"
+                            "usage=-41\ntemperature=63\n");
     win32::Win32AmdSdkLibraries libraries;
     const ports::LoadedAmdSdk loaded = libraries.Load(kBuild16);
     ASSERT_NE(loaded.Module, nullptr) << loaded.Error;
@@ -83,7 +87,7 @@ TEST_F(MakerBindingsTest, an_amd_sdk_build_is_loaded_from_its_folder_and_called_
     EXPECT_EQ(block[12] | block[13] << 8, 1125);
     EXPECT_EQ(static_cast<int16_t>(block[32] | block[33] << 8), -41);
     EXPECT_EQ(block[34], 63);
-    EXPECT_THAT(scenario.Calls("amd_sdk"),
+    EXPECT_THAT(scenario.Calls(kAmdSdk),
                 ElementsAre("1.6 AMDSDK_Init", "1.6 NumberOFPhysicalCPU",
                             "1.6 GetMemoryFrequency 77", "1.6 GetCPUStatus 6 memory=3200"));
 }

@@ -1,4 +1,4 @@
-#include "scenario.h"
+#include "scenario_file.h"
 #include "win32/maker_exports.h"
 #include "win32/plugin_module.h"
 #include "win32/wide.h"
@@ -11,11 +11,15 @@
 
 namespace {
 
-const std::wstring kHelper = L"NativeCorvaneHelper";
-const std::wstring kIo = L"VelmorIO3_64";
+constexpr char kHelper[] = "NativeCorvaneHelper";
+constexpr char kIo[] = "VelmorIO3_64";
 
 std::wstring Folder() {
     return win32::OwnModuleFolder();
+}
+
+standin::ScenarioFolder Scenario() {
+    return standin::ScenarioFolder(Folder());
 }
 
 std::u16string Beside(const wchar_t* file) {
@@ -23,10 +27,9 @@ std::u16string Beside(const wchar_t* file) {
 }
 
 TEST(HelperLibraryBinding, integers_reach_the_library_and_come_back) {
-    standin::WriteScenario(Folder(), kHelper,
-                           "GetCPUVendor=2\nHasBeenUsed=0\nStartUsed=7\nIsXTUServiceRunning=0\n"
-                           "StartXTUService=-5\nCheckXTUImagePath=3\n"
-                           "CheckXTUImagePath.IsChanged=1\nCheckXTUImagePath.Type=-9\n");
+    Scenario().Write(kHelper, "GetCPUVendor=2\nHasBeenUsed=0\nStartUsed=7\nIsXTUServiceRunning=0\n"
+                              "StartXTUService=-5\nCheckXTUImagePath=3\n"
+                              "CheckXTUImagePath.IsChanged=1\nCheckXTUImagePath.Type=-9\n");
     win32::Win32HelperLibrary library;
     EXPECT_EQ(library.LoadError(), 0u);
     EXPECT_EQ(library.GetCPUVendor(), 2);
@@ -43,14 +46,14 @@ TEST(HelperLibraryBinding, integers_reach_the_library_and_come_back) {
     char pointer[24];
     std::snprintf(pointer, sizeof pointer, "0x%016llX",
                   static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(&object)));
-    const auto calls = standin::RecordedCalls(Folder(), kHelper);
+    const auto calls = Scenario().Calls(kHelper);
     EXPECT_NE(
         std::find(calls.begin(), calls.end(), std::string("StartXTUService plugin=") + pointer),
         calls.end());
 }
 
 TEST(HelperLibraryBinding, the_firmware_method_passes_handle_method_and_device) {
-    standin::WriteScenario(Folder(), kHelper, "DSTS.0x00120094=0x00010041\n");
+    Scenario().Write(kHelper, "DSTS.0x00120094=0x00010041\n");
     win32::Win32HelperLibrary library;
     const auto reply = library.One_WMIMethod_INT(reinterpret_cast<void*>(0x1234),
                                                  ports::kFirmwareMethodDsts, 0x00120094);
@@ -59,7 +62,7 @@ TEST(HelperLibraryBinding, the_firmware_method_passes_handle_method_and_device) 
     EXPECT_EQ(reply->Result, 0x00010041u);
     const auto none = library.One_WMIMethod_INT(nullptr, ports::kFirmwareMethodDsts, 0x00110013);
     EXPECT_EQ(none->Result, ports::kFirmwareNoDevice);
-    EXPECT_EQ(standin::RecordedCalls(Folder(), kHelper),
+    EXPECT_EQ(Scenario().Calls(kHelper),
               (std::vector<std::string>{
                   "One_WMIMethod_INT device=0x0000000000001234 method=0x53545344 id=0x00120094",
                   "One_WMIMethod_INT device=0x0000000000000000 method=0x53545344 id=0x00110013"}));
@@ -67,19 +70,18 @@ TEST(HelperLibraryBinding, the_firmware_method_passes_handle_method_and_device) 
 
 TEST(HelperLibraryBinding, the_scenario_can_change_between_calls) {
     win32::Win32HelperLibrary library;
-    standin::WriteScenario(Folder(), kHelper, "One_WMIMethod_INT=0\n");
+    Scenario().Write(kHelper, "One_WMIMethod_INT=0\n");
     EXPECT_EQ(library.One_WMIMethod_INT(nullptr, ports::kFirmwareMethodDsts, 0x00120079)->Returned,
               0);
-    standin::WriteScenario(Folder(), kHelper, "GetCPUVendor=1\n");
+    Scenario().Write(kHelper, "GetCPUVendor=1\n");
     EXPECT_EQ(library.GetCPUVendor(), 1);
-    standin::WriteScenario(Folder(), kHelper, "GetCPUVendor=0\n");
+    Scenario().Write(kHelper, "GetCPUVendor=0\n");
     EXPECT_EQ(library.GetCPUVendor(), 0);
 }
 
 TEST(HelperLibraryBinding, the_processor_name_fills_the_buffer_within_its_capacity) {
-    standin::WriteScenario(Folder(), kHelper,
-                           "ProcessorName=AMD Ryzen 9 7940HS w/ Radeon 780M Graphics\n"
-                           "GetProcessorNameString=4\n");
+    Scenario().Write(kHelper, "ProcessorName=AMD Ryzen 9 7940HS w/ Radeon 780M Graphics\n"
+                              "GetProcessorNameString=4\n");
     win32::Win32HelperLibrary library;
     std::vector<char16_t> buffer(260, u'x');
     EXPECT_EQ(library.GetProcessorNameString(buffer), 4);
@@ -87,15 +89,14 @@ TEST(HelperLibraryBinding, the_processor_name_fills_the_buffer_within_its_capaci
     std::vector<char16_t> small(4, u'x');
     library.GetProcessorNameString(small);
     EXPECT_EQ(std::u16string(small.data()), u"AMD");
-    EXPECT_EQ(standin::RecordedCalls(Folder(), kHelper),
+    EXPECT_EQ(Scenario().Calls(kHelper),
               (std::vector<std::string>{"GetProcessorNameString capacity=260",
                                         "GetProcessorNameString capacity=4"}));
 }
 
 TEST(HelperLibraryBinding, doubles_come_back_in_their_order) {
-    standin::WriteScenario(Folder(), kHelper,
-                           "TotalDisk=953.5\nAvailableDisk=120.25\nTotalMemory=32768\n"
-                           "AvailableMemory=0.125\nRetriveSystemInfo=9\n");
+    Scenario().Write(kHelper, "TotalDisk=953.5\nAvailableDisk=120.25\nTotalMemory=32768\n"
+                              "AvailableMemory=0.125\nRetriveSystemInfo=9\n");
     win32::Win32HelperLibrary library;
     const auto sizes = library.RetriveSystemInfo();
     ASSERT_TRUE(sizes);
@@ -125,7 +126,7 @@ TEST(HelperLibraryBinding, a_missing_library_answers_nothing) {
 }
 
 TEST(IoLibraryBinding, opens_reads_a_register_and_closes) {
-    standin::WriteScenario(Folder(), kIo, "MSR.0x198=0x00001A0012345678\nReadMSR=1\n");
+    Scenario().Write(kIo, "MSR.0x198=0x00001A0012345678\nReadMSR=1\n");
     win32::Win32IoLibraries libraries;
     auto loaded = libraries.Load(Beside(win32::maker::io::kFile));
     ASSERT_NE(loaded.Library, nullptr);
@@ -139,19 +140,18 @@ TEST(IoLibraryBinding, opens_reads_a_register_and_closes) {
     EXPECT_EQ(untouched, 77u);
     loaded.Library->Close();
     EXPECT_EQ(
-        standin::RecordedCalls(Folder(), kIo),
+        Scenario().Calls(kIo),
         (std::vector<std::string>{"VELMORIO_OPEN_WO_MSG flags=0", "VELMORIO_ReadMSR index=0x198",
                                   "VELMORIO_ReadMSR index=0x199", "VELMORIO_Close"}));
 }
 
 TEST(IoLibraryBinding, a_failed_open_answers_false) {
-    standin::WriteScenario(Folder(), kIo, "Open=0\n");
+    Scenario().Write(kIo, "Open=0\n");
     win32::Win32IoLibraries libraries;
     auto loaded = libraries.Load(Beside(win32::maker::io::kFile));
     ASSERT_NE(loaded.Library, nullptr);
     EXPECT_FALSE(loaded.Library->Open(3));
-    EXPECT_EQ(standin::RecordedCalls(Folder(), kIo),
-              (std::vector<std::string>{"VELMORIO_OPEN_WO_MSG flags=3"}));
+    EXPECT_EQ(Scenario().Calls(kIo), (std::vector<std::string>{"VELMORIO_OPEN_WO_MSG flags=3"}));
 }
 
 TEST(IoLibraryBinding, a_missing_file_gives_the_load_error) {

@@ -1,6 +1,7 @@
 #include "host_core/host_profile.h"
 
 #include "host_core/answer_render.h"
+#include "host_core/plugin_messages.h"
 
 #include <charconv>
 #include <utility>
@@ -102,6 +103,16 @@ InsertedRow RowOf(const Tree& request) {
     return row;
 }
 
+std::optional<std::string> EventProblem(const Tree& event) {
+    for (const char* key : {"Round", "RecordSN"}) {
+        const Value* value = event.Find(key);
+        if (value == nullptr || !value->AsInt32()) {
+            return "\"DataUpdatedEvent\" without a 32-bit signed \"" + std::string(key) + "\"";
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 ProfileParse ParseHostProfile(std::string_view text) {
@@ -123,13 +134,18 @@ ProfileParse ParseHostProfile(std::string_view text) {
     return {profile, {}};
 }
 
-HostReply AnswerHostRequest(const HostProfile& profile, const Tree& request) {
+HostReply AnswerHostRequest(const HostProfile& profile, const Tree& received) {
+    const Tree& request = UnwrapRelay(received);
+    HostReply reply;
+    reply.problem = RequestRoleProblem(request);
     if (WideText(request, "RequestRole") == "DataUpdatedEvent") {
         const Value* round = request.Find("Round");
-        return {0, {}, std::nullopt, true, round == nullptr ? 0 : round->AsInt32().value_or(0)};
+        reply.dataUpdated = true;
+        reply.round = round == nullptr ? 0 : round->AsInt32().value_or(0);
+        reply.problem = EventProblem(request);
+        return reply;
     }
     const std::string command = WideText(request, "Cmd");
-    HostReply reply;
     if (command == "Query.ProductLine") {
         reply.answer.Set("ProductLine", Value::Int32(profile.productLine));
     } else if (command == "Query.ModelName") {

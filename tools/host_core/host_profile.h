@@ -44,10 +44,11 @@ struct InsertedRow {
 // What the host answers one request of the plug-in with.
 struct HostReply {
     int32_t result = 0;
-    Tree answer;                    // empty: no answer buffer
-    std::optional<InsertedRow> row; // for "InsertData"
-    bool dataUpdated = false;       // a recording's "DataUpdatedEvent"
-    int32_t round = 0;              // its "Round"
+    Tree answer;                        // empty: no answer buffer
+    std::optional<InsertedRow> row;     // for "InsertData"
+    bool dataUpdated = false;           // a recording's "DataUpdatedEvent"
+    int32_t round = 0;                  // its "Round"
+    std::optional<std::string> problem; // a request the plug-in should not have sent so
 };
 
 // Code for a request the host does not know (E_NOTIMPL).
@@ -56,7 +57,9 @@ inline constexpr int32_t kUnknownRequest = static_cast<int32_t>(0x80004001);
 // "Query.ProductLine" → {"ProductLine"}; "Query.ModelName" → {"MarketingName", "ModelName"};
 // "Query.SubBrand" → {"SubBrand"}; "Query.UWPInfo" → {"PPRead"} (boolean); "InsertData" →
 // {"CommandResult" = true} and the row; a tree whose "RequestRole" is "DataUpdatedEvent" → no
-// answer, result 0; anything else → kUnknownRequest.
+// answer, result 0; anything else → kUnknownRequest. A request relayed to another role is
+// answered as the request it carries. `problem` names a "RequestRole" that is not a wide string
+// or an event's "Round" or "RecordSN" that is not a 32-bit signed integer.
 HostReply AnswerHostRequest(const HostProfile& profile, const Tree& request);
 
 // "table: name=value, name=value".

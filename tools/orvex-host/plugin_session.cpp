@@ -1,6 +1,7 @@
 #include "plugin_session.h"
 
 #include "host_core/answer_render.h"
+#include "host_core/plugin_messages.h"
 #include "host_win32/ms_format.h"
 
 #include <cstdarg>
@@ -39,7 +40,7 @@ PluginSession::PluginSession(SessionOptions options)
     Table().SetLogCallback(Plugin(), &OnLog, this);
     Table().SetRequestSender(Plugin(), &OnRequest, this);
     Table().SetNotificationSender(Plugin(), &OnNotification, this);
-    Table().Initialize(Plugin());
+    initializeResult_ = Table().Initialize(Plugin());
 }
 
 PluginSession::~PluginSession() {
@@ -118,6 +119,10 @@ abi::Result PluginSession::OnRequest(void* context, abi::Plugin*, const GUID*,
     const HostReply reply = AnswerHostRequest(session.options_.profile, *request);
     {
         const std::lock_guard lock(session.mutex_);
+        if (reply.problem) {
+            std::fprintf(stderr, "orvex-host: a request of the plug-in: %s\n",
+                         reply.problem->c_str());
+        }
         if (reply.row && session.options_.printRows) {
             std::printf("row %s\n", RowText(*reply.row).c_str());
             std::fflush(stdout);
@@ -134,7 +139,19 @@ abi::Result PluginSession::OnRequest(void* context, abi::Plugin*, const GUID*,
     return reply.result;
 }
 
-abi::Result PluginSession::OnNotification(void*, abi::Plugin*, const uint8_t*, uint32_t) {
+// The plug-in announces device changes; a notification its clients could not read is reported.
+abi::Result PluginSession::OnNotification(void* context, abi::Plugin*, const uint8_t* message,
+                                          uint32_t size) {
+    PluginSession& session = SessionOf(context);
+    const NotificationCheck check = CheckNotification(
+        message == nullptr ? std::span<const uint8_t>() : std::span<const uint8_t>(message, size));
+    const std::lock_guard lock(session.mutex_);
+    if (check.problem) {
+        std::fprintf(stderr, "orvex-host: notification %d: %s\n", check.code,
+                     check.problem->c_str());
+    } else if (session.options_.logLevel > 0) {
+        std::fprintf(stderr, "[notification %d] %s\n", check.code, check.role.c_str());
+    }
     return 0;
 }
 

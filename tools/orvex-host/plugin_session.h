@@ -30,6 +30,8 @@ public:
     ~PluginSession();
 
     bool Loaded() const { return plugin_.Get() != nullptr; }
+    const SessionOptions& Options() const { return options_; }
+    abi::Result InitializeResult() const { return initializeResult_; }
     abi::Plugin* Plugin() const { return plugin_.Get(); }
     const abi::PluginTable& Table() const { return plugin_.Table(); }
 
@@ -52,6 +54,7 @@ private:
     SessionOptions options_;
     std::mutex mutex_;
     std::function<void(int32_t)> dataUpdated_;
+    abi::Result initializeResult_ = 0;
     LibraryModule module_;
     InterfaceReference<abi::Plugin> plugin_;
 };

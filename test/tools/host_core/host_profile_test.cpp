@@ -114,6 +114,37 @@ TEST(HostRequests, data_updated_event_is_acknowledged_with_its_round) {
     EXPECT_EQ(reply.round, 4);
 }
 
+TEST(HostRequests, a_data_updated_event_relayed_to_the_user_interface_is_acknowledged) {
+    const Tree event{{"RecordSN", Value::Int32(77)},
+                     {"RequestRole", Value::Wide(L"DataUpdatedEvent")},
+                     {"Round", Value::Int32(9)}};
+    const Tree relay{{"Cmd", Value::Wide(L"SendRequest")},
+                     {"Request", Value::Map(Tree{{"Destination", Value::UInt32(1)},
+                                                 {"Request", Value::Map(event)}})}};
+    const HostReply reply = AnswerHostRequest(HostProfile{}, relay);
+    EXPECT_EQ(reply.result, 0);
+    EXPECT_TRUE(reply.dataUpdated);
+    EXPECT_EQ(reply.round, 9);
+    EXPECT_FALSE(reply.problem);
+}
+
+TEST(HostRequests, a_data_updated_event_with_a_round_of_another_kind_is_a_problem) {
+    const Tree event{{"RecordSN", Value::Int32(77)},
+                     {"RequestRole", Value::Wide(L"DataUpdatedEvent")},
+                     {"Round", Value::Double(9.0)}};
+    const HostReply reply = AnswerHostRequest(HostProfile{}, event);
+    EXPECT_TRUE(reply.dataUpdated);
+    EXPECT_EQ(reply.problem, "\"DataUpdatedEvent\" without a 32-bit signed \"Round\"");
+}
+
+TEST(HostRequests, a_request_role_that_is_not_a_wide_string_is_unknown_and_a_problem) {
+    const Tree event{{"RequestRole", Value::Int32(1)}, {"Round", Value::Int32(0)}};
+    const HostReply reply = AnswerHostRequest(HostProfile{}, event);
+    EXPECT_EQ(reply.result, kUnknownRequest);
+    EXPECT_FALSE(reply.dataUpdated);
+    EXPECT_EQ(reply.problem, "\"RequestRole\" is of kind 2, not a wide string (16)");
+}
+
 TEST(HostRequests, unknown_requests_are_not_implemented) {
     const HostReply reply = AnswerHostRequest(HostProfile{}, Query(L"Toast"));
     EXPECT_EQ(reply.result, kUnknownRequest);
