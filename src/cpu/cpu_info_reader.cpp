@@ -73,11 +73,9 @@ void CPUInfoReader::Log(int32_t level, const char16_t* format, Args... args) {
     if (!logger) {
         return;
     }
-    std::u16string line = FormatMs(format, args...);
-    if (line.size() >= kLogLineCapacity) {
-        line.resize(kLogLineCapacity - 1);
-    }
-    logger(level, kSource, line.c_str());
+    char16_t line[kLogLineCapacity];
+    FormatMsInto(line, kLogLineCapacity, format, args...);
+    logger(level, kSource, line);
 }
 
 CPUInfoReader::FirmwareReading CPUInfoReader::CallFirmware(uint32_t deviceId) {

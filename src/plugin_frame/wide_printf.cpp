@@ -1,8 +1,10 @@
 #include "plugin_frame/wide_printf.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
+#include <type_traits>
 
 namespace {
 
@@ -16,23 +18,65 @@ struct Spec {
     bool leftAlign = false;
 };
 
+// Where the text goes: a string that grows, or a fixed buffer that keeps what fits (log lines
+// formatted on every request go there, so they cost no heap).
+class Output {
+public:
+    explicit Output(std::u16string& text) : m_text(&text) {}
+    Output(char16_t* buffer, std::size_t capacity) : m_buffer(buffer), m_capacity(capacity) {}
+
+    void Put(char16_t c) {
+        if (m_text != nullptr) {
+            m_text->push_back(c);
+        } else if (m_length + 1 < m_capacity) {
+            m_buffer[m_length++] = c;
+        }
+    }
+    template <typename Char>
+    void Put(const Char* first, const Char* last) {
+        for (; first != last; ++first) {
+            Put(static_cast<char16_t>(static_cast<std::make_unsigned_t<Char>>(*first)));
+        }
+    }
+    void Fill(std::size_t count) {
+        for (; count > 0; --count) {
+            Put(u' ');
+        }
+    }
+    // Terminates a buffer; the length of the text kept.
+    std::size_t Finish() {
+        if (m_text == nullptr && m_capacity > 0) {
+            m_buffer[m_length] = u'\0';
+        }
+        return m_text != nullptr ? m_text->size() : m_length;
+    }
+
+private:
+    std::u16string* m_text = nullptr;
+    char16_t* m_buffer = nullptr;
+    std::size_t m_capacity = 0;
+    std::size_t m_length = 0;
+};
+
 class Formatter {
 public:
-    Formatter(const char16_t* format, va_list args) : m_format(format) { va_copy(m_args, args); }
+    Formatter(const char16_t* format, va_list args, Output& out) : m_format(format), m_out(out) {
+        va_copy(m_args, args);
+    }
     ~Formatter() { va_end(m_args); }
 
-    std::u16string Run() {
+    std::size_t Run() {
         while (*m_format != u'\0') {
             if (*m_format != u'%') {
-                m_out += *m_format++;
+                m_out.Put(*m_format++);
                 continue;
             }
             const char16_t* start = m_format++;
             if (!Conversion()) {
-                m_out.append(start, m_format);
+                m_out.Put(start, m_format);
             }
         }
-        return m_out;
+        return m_out.Finish();
     }
 
 private:
@@ -93,31 +137,38 @@ private:
         return spec;
     }
 
-    void Pad(std::u16string text, const Spec& spec) {
+    // The characters of text, padded with blanks to the width on the side the flags say.
+    template <typename Char>
+    void Pad(std::basic_string_view<Char> text, const Spec& spec) {
         const auto width = static_cast<std::size_t>(spec.width < 0 ? 0 : spec.width);
-        if (text.size() < width) {
-            const std::u16string fill(width - text.size(), u' ');
-            text = spec.leftAlign ? text + fill : fill + text;
+        const std::size_t fill = text.size() < width ? width - text.size() : 0;
+        if (!spec.leftAlign) {
+            m_out.Fill(fill);
         }
-        m_out += text;
+        m_out.Put(text.data(), text.data() + text.size());
+        if (spec.leftAlign) {
+            m_out.Fill(fill);
+        }
+    }
+
+    template <typename Char>
+    void Text(const Char* text, const Spec& spec) {
+        std::basic_string_view<Char> view(text);
+        if (spec.precision >= 0 && view.size() > static_cast<std::size_t>(spec.precision)) {
+            view = view.substr(0, static_cast<std::size_t>(spec.precision));
+        }
+        Pad(view, spec);
     }
 
     void Text(const Spec& spec, bool wide) {
-        std::u16string text;
         const void* pointer = va_arg(m_args, const void*);
         if (pointer == nullptr) {
-            text = u"(null)";
+            Text(u"(null)", spec);
         } else if (wide) {
-            text = static_cast<const char16_t*>(pointer);
+            Text(static_cast<const char16_t*>(pointer), spec);
         } else {
-            for (const char* c = static_cast<const char*>(pointer); *c != '\0'; ++c) {
-                text += static_cast<char16_t>(static_cast<unsigned char>(*c));
-            }
+            Text(static_cast<const char*>(pointer), spec);
         }
-        if (spec.precision >= 0 && text.size() > static_cast<std::size_t>(spec.precision)) {
-            text.resize(static_cast<std::size_t>(spec.precision));
-        }
-        Pad(std::move(text), spec);
     }
 
     void Narrow(const Spec& spec, char conversion, const char* length, auto value) {
@@ -132,8 +183,9 @@ private:
         format += conversion;
         char buffer[512];
         const int written = std::snprintf(buffer, sizeof buffer, format.c_str(), value);
-        for (int i = 0; i < written && i < static_cast<int>(sizeof buffer) - 1; ++i) {
-            m_out += static_cast<char16_t>(buffer[i]);
+        const int kept = std::min(written, static_cast<int>(sizeof buffer) - 1);
+        if (kept > 0) {
+            m_out.Put(buffer, buffer + kept);
         }
     }
 
@@ -172,7 +224,7 @@ private:
         ++m_format;
         switch (conversion) {
         case u'%':
-            m_out += u'%';
+            m_out.Put(u'%');
             return true;
         case u's':
             Text(spec, spec.size != Size::Short);
@@ -185,7 +237,8 @@ private:
             const auto c = static_cast<char16_t>(va_arg(m_args, int));
             const bool wide =
                 conversion == u'c' ? spec.size != Size::Short : spec.size == Size::Long32;
-            Pad(std::u16string(1, wide ? c : static_cast<char16_t>(c & 0xFF)), spec);
+            const char16_t shown = wide ? c : static_cast<char16_t>(c & 0xFF);
+            Pad(std::u16string_view(&shown, 1), spec);
             return true;
         }
         case u'd':
@@ -222,7 +275,7 @@ private:
 
     const char16_t* m_format;
     va_list m_args;
-    std::u16string m_out;
+    Output& m_out;
 };
 
 } // namespace
@@ -231,7 +284,29 @@ std::u16string FormatMs(const char16_t* format, va_list args) {
     if (format == nullptr) {
         return u"(null)";
     }
-    return Formatter(format, args).Run();
+    std::u16string text;
+    Output out(text);
+    Formatter(format, args, out).Run();
+    return text;
+}
+
+std::size_t FormatMsInto(char16_t* buffer, std::size_t capacity, const char16_t* format,
+                         va_list args) {
+    Output out(buffer, capacity);
+    if (format == nullptr) {
+        const std::u16string_view null = u"(null)";
+        out.Put(null.data(), null.data() + null.size());
+        return out.Finish();
+    }
+    return Formatter(format, args, out).Run();
+}
+
+std::size_t FormatMsInto(char16_t* buffer, std::size_t capacity, const char16_t* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const std::size_t length = FormatMsInto(buffer, capacity, format, args);
+    va_end(args);
+    return length;
 }
 
 std::u16string FormatMs(const char16_t* format, ...) {

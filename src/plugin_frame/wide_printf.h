@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <string>
 
 // Formats a wide printf-style text the way the Microsoft C run-time does for wide functions: "%s"
@@ -9,3 +10,8 @@
 // and tests read with it what a plug-in asked the host to log.
 std::u16string FormatMs(const char16_t* format, va_list args);
 std::u16string FormatMs(const char16_t* format, ...);
+// The same into a buffer of capacity characters (capacity > 0): what does not fit is cut, the
+// text is always terminated. Returns the length kept.
+std::size_t FormatMsInto(char16_t* buffer, std::size_t capacity, const char16_t* format,
+                         va_list args);
+std::size_t FormatMsInto(char16_t* buffer, std::size_t capacity, const char16_t* format, ...);

@@ -71,10 +71,12 @@ protected:
 
     void SetUp() override {
         ASSERT_NE(host.Plugin(), nullptr) << "MonitorPlugin.dll did not load";
-        // Made before Initialize, so the tuning utility's thread cannot signal it before the test
+        // Made (and cleared, should another process of the session still hold it signalled)
+        // before Initialize, so the tuning utility's thread cannot signal it before the test
         // holds it.
         cpuInitialized = CreateEventW(nullptr, TRUE, FALSE, L"CPUInitializedEvent");
         ASSERT_NE(cpuInitialized, nullptr);
+        ResetEvent(cpuInitialized);
         for (const wchar_t* query : {L"ProductLine", L"ModelName", L"SubBrand", L"UWPInfo"}) {
             host.AddReply(
                 {kPluginType, std::wstring(L"Query.") + query, 0, laptop.QueryAnswer(query)});

@@ -32,4 +32,21 @@ TEST(MsPrintf, utf16_surrogates_become_one_utf8_character) {
     EXPECT_EQ(ToUtf8(u"\u00e9\U0001F600"), "\xC3\xA9\xF0\x9F\x98\x80");
 }
 
+TEST(MsPrintfInto, a_buffer_gets_the_same_text_terminated) {
+    char16_t buffer[64];
+    const std::size_t length =
+        FormatMsInto(buffer, 64, u"(%s)%-6s|%5.1f|%hs|%c", u"src", u"ab", 2.5, "narrow", u'Z');
+    EXPECT_EQ(std::u16string(buffer), u"(src)ab    |  2.5|narrow|Z");
+    EXPECT_EQ(length, std::u16string(buffer).size());
+}
+
+TEST(MsPrintfInto, what_does_not_fit_is_cut_and_the_text_still_terminated) {
+    char16_t buffer[8] = {u'x', u'x', u'x', u'x', u'x', u'x', u'x', u'x'};
+    EXPECT_EQ(FormatMsInto(buffer, 8, u"Temperature:%d", 1110), 7u);
+    EXPECT_EQ(std::u16string(buffer), u"Tempera");
+    char16_t one[1] = {u'x'};
+    EXPECT_EQ(FormatMsInto(one, 1, u"%s", u"text"), 0u);
+    EXPECT_EQ(one[0], u'\0');
+}
+
 } // namespace
