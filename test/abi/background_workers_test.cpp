@@ -5,7 +5,7 @@
 // tuning utility.
 #include "host/process_handles.h"
 #include "monitor_plugin_test.h"
-#include "standins/scenario.h"
+#include "standins/scenario_file.h"
 
 #include <chrono>
 #include <cstdio>
@@ -84,8 +84,8 @@ void StartUserSession(TestHost& user) {
 class BackgroundWorkersTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        standin::WriteScenario(WorkersFolder(), L"NativeCorvaneHelper",
-                               "GetCPUVendor=0\nHasBeenUsed=1\n");
+        standin::ScenarioFolder(WorkersFolder())
+            .Write("NativeCorvaneHelper", "GetCPUVendor=0\nHasBeenUsed=1\n");
     }
 };
 
