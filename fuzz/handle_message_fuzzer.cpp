@@ -7,6 +7,7 @@
 // back. Each machine's plug-in is initialised once and serves many runs, as a host keeps it; a
 // run ends as the user interface's session does, with command 22, and every few thousand runs the
 // plug-in is uninitialised, released (nothing of the host's heap may stay out) and made anew.
+#include "answer_shape.h"
 #include "gpu/fan_acoustic.h"
 #include "gpu/fan_acoustic_file.h"
 #include "gpu/fan_acoustic_key.h"
@@ -25,7 +26,6 @@
 
 namespace {
 
-using VelmorValueSet::Kind;
 using VelmorValueSet::ValueSet;
 
 constexpr std::string_view kSeparator = "#NEXT#";
@@ -52,50 +52,6 @@ ValueSet RequestOf(std::span<const uint8_t> message) {
     request.Read(message.data() + kMessageHeaderSize,
                  static_cast<uint32_t>(message.size() - kMessageHeaderSize));
     return request;
-}
-
-bool IsInt32(const ValueSet& answer, std::string_view key, int32_t value) {
-    const auto* found = answer.Find(key);
-    return found != nullptr && found->GetKind() == Kind::Int32 && answer.GetInt32(key) == value;
-}
-
-// The keys every answer of a service instance carries, by command.
-void CheckServiceAnswer(int32_t command, HRESULT result, const ValueSet& answer) {
-    if (result == OrvexResult::kBadCommand) {
-        // A recording request the recorder or the ring refused says why, and only that.
-        Check(command >= 17 && command <= 22);
-        Check(answer.Count() == 1 && answer.Find("Error") != nullptr);
-        return;
-    }
-    Check(result == OrvexResult::kOk);
-    switch (command) {
-    case 1:
-        Check(IsInt32(answer, "Command", 1) && answer.Contains("GPUTGP") &&
-              answer.Contains("AvailableMemorySize"));
-        break;
-    case 2:
-    case 16:
-        Check(IsInt32(answer, "Command", command));
-        break;
-    case 3:
-        Check(answer.Find("Result") != nullptr && answer.Find("Status") != nullptr &&
-              answer.Find("Command") == nullptr);
-        break;
-    case 17:
-    case 18:
-    case 19:
-    case 20:
-    case 21:
-    case 22:
-        Check(IsInt32(answer, "Command", command) && answer.Find("Result") != nullptr);
-        break;
-    case 65:
-        Check(answer.Count() == 1 && answer.GetBool("IsSupportVoltage"));
-        break;
-    default:
-        Check(answer.Count() == 1 && IsInt32(answer, "Command", 255));
-        break;
-    }
 }
 
 // A recording whose ring would not fit the run's memory is not sent.
@@ -194,7 +150,8 @@ public:
         } else if (!serviceInstance) {
             Check(result == OrvexResult::kOk && answer == nullptr);
         } else {
-            CheckServiceAnswer(RequestOf(message).GetInt32("Command"), result, body);
+            Check(
+                answer_shape::AnswersCommand(RequestOf(message).GetInt32("Command"), result, body));
         }
     }
 
