@@ -303,6 +303,18 @@ TEST_F(RecordingTest, command_20_ends_the_log_and_the_log_ready_message_shows_th
     EXPECT_FALSE(machine.logFiles.IsOpen(u"C:\\rec.rml"));
 }
 
+TEST_F(RecordingTest, a_log_started_after_a_failed_start_ends_with_command_20_and_tells_no_one) {
+    // The failed start leaves a recorder with serial number 0, which a request without "RecordSN"
+    // names; its log has no recording to report its end to.
+    ASSERT_EQ(Start(0, 1000).GetInt32("Result"), -1);
+    ASSERT_EQ(StartLogging(0, u"C:\\idle.rml").GetInt32("Result"), 0);
+    machine.messagePrograms.Clear();
+    EXPECT_EQ(Recording(20, 0).GetInt32("Result"), 0);
+    EXPECT_TRUE(machine.messagePrograms.Calls().empty());
+    EXPECT_FALSE(machine.logFiles.IsOpen(u"C:\\idle.rml"));
+    EXPECT_EQ(Command(16).GetInt32("Phase"), 2);
+}
+
 TEST_F(RecordingTest, command_21_shows_the_recording_message) {
     ASSERT_EQ(Start(600, 1000).GetInt32("Result"), 0);
     machine.messagePrograms.Clear();
