@@ -387,7 +387,9 @@ void MonitorRecorder::NotifyLogEnd(Notices& notices) {
     if (current_) {
         current_->stopLogging->Set();
     }
-    if (logFinished_ != nullptr) {
+    // A log started while no recording ran (after a failed start, or after the user interface's
+    // process ended) has nobody to tell: the callbacks' context went with the recording.
+    if (logFinished_ != nullptr && context_ != nullptr) {
         notices.push_back({logFinished_, context_, logPath_});
     }
 }

@@ -2,6 +2,8 @@
 
 #include "ports/waitable.h"
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -56,21 +58,29 @@ class NativeWaitable {
 public:
     NativeWaitable(const NativeWaitable&) = delete;
     NativeWaitable& operator=(const NativeWaitable&) = delete;
-    virtual ~NativeWaitable() = default;
+    virtual ~NativeWaitable() { alive_.fetch_sub(1); }
 
     const std::shared_ptr<SignalState>& State() const { return state_; }
+    // How many native waitables (events, threads, process handles, …) exist in the process: what
+    // a Windows process would count as its open handles to kernel objects.
+    static std::size_t Alive() { return alive_.load(); }
 
 protected:
     explicit NativeWaitable(SignalState::Reset mode = SignalState::Reset::Manual,
                             bool signalled = false)
-        : state_(std::make_shared<SignalState>(mode, signalled)) {}
-    explicit NativeWaitable(std::shared_ptr<SignalState> shared) : state_(std::move(shared)) {}
+        : state_(std::make_shared<SignalState>(mode, signalled)) {
+        alive_.fetch_add(1);
+    }
+    explicit NativeWaitable(std::shared_ptr<SignalState> shared) : state_(std::move(shared)) {
+        alive_.fetch_add(1);
+    }
 
     void Signal() { state_->Signal(); }
     void Unsignal() { state_->Unsignal(); }
 
 private:
     std::shared_ptr<SignalState> state_;
+    inline static std::atomic<std::size_t> alive_{0};
 };
 
 } // namespace sim

@@ -292,4 +292,20 @@ bool TestHost::WaitForRequests(size_t count, std::chrono::milliseconds timeout) 
     return WaitUntil(timeout, [&] { return requests_.size() >= count; });
 }
 
+int32_t StartRecording(TestHost& host, int32_t capacity, int32_t intervalMs) {
+    const size_t asked = host.Requests().size();
+    const auto started = host.SendRequest({{"Command", Value::Int32(17)},
+                                           {"UIPid", Value::UInt32(GetCurrentProcessId())},
+                                           {"Capacity", Value::Int32(capacity)},
+                                           {"Interval", Value::Int32(intervalMs)}})
+                             .AnswerTree();
+    const Value* record = started ? started->Find("Record") : nullptr;
+    const Tree* fields = record != nullptr ? record->AsMap() : nullptr;
+    const Value* serial = fields != nullptr ? fields->Find("RecordSN") : nullptr;
+    if (serial == nullptr || !host.WaitForRequests(asked + 1, std::chrono::seconds(30))) {
+        return 0;
+    }
+    return serial->AsInt32().value_or(0);
+}
+
 } // namespace test_host

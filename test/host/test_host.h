@@ -169,4 +169,8 @@ private:
     EventHandlerReference eventHandler_;
 };
 
+// Starts a recording for this process as the user interface (command 17) and waits until its first
+// record is announced; its serial number, or 0 when it did not start or nothing was announced.
+int32_t StartRecording(TestHost& host, int32_t capacity, int32_t intervalMs);
+
 } // namespace test_host

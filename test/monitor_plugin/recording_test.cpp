@@ -370,6 +370,18 @@ TEST_F(RecordingTest, command_20_ends_the_log_and_the_log_ready_message_shows_th
     EXPECT_FALSE(machine.logFiles.IsOpen(u"C:\\rec.rml"));
 }
 
+TEST_F(RecordingTest, a_log_asked_for_after_a_failed_start_is_refused_and_command_20_tells_no_one) {
+    // The failed start leaves a recorder with serial number 0, which a request without "RecordSN"
+    // names; it has no user interface whose user could own a log file, so none is created, and
+    // command 20 has no recording to report an end to.
+    ASSERT_EQ(Start(0, 1000).GetInt32("Result"), -1);
+    EXPECT_EQ(StartLogging(0, u"C:\\idle.rml").GetInt32("Result"), -5);
+    EXPECT_FALSE(machine.logFiles.IsOpen(u"C:\\idle.rml"));
+    machine.messagePrograms.Clear();
+    EXPECT_EQ(Recording(20, 0).GetInt32("Result"), 0);
+    EXPECT_TRUE(machine.messagePrograms.Calls().empty());
+}
+
 TEST_F(RecordingTest, command_21_shows_the_recording_message) {
     ASSERT_EQ(Start(600, 1000).GetInt32("Result"), 0);
     machine.messagePrograms.Clear();
