@@ -1,5 +1,6 @@
 // Uninitialize: the workers stop in their fixed order within their limits, every object they used
 // is let go, and Initialize may start a new set afterwards.
+#include "sim/forwarding_kernel_objects.h"
 #include "workers_fixture.h"
 
 #include <atomic>
@@ -8,17 +9,10 @@
 namespace {
 
 // Native kernel objects that count the thread bodies still running.
-class CountingKernel final : public ports::KernelObjects {
+class CountingKernel final : public sim::ForwardingKernelObjects {
 public:
-    explicit CountingKernel(ports::KernelObjects& real) : real_(real) {}
+    explicit CountingKernel(ports::KernelObjects& real) : ForwardingKernelObjects(real) {}
 
-    std::unique_ptr<ports::Event> NewEvent(bool manualReset, bool initiallySet,
-                                           const std::u16string& name = {}) override {
-        return real_.NewEvent(manualReset, initiallySet, name);
-    }
-    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
-        return real_.OpenExistingEvent(name);
-    }
     std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
         ++running;
         auto thread = real_.StartThread([this, body = std::move(body)] {
@@ -31,19 +25,8 @@ public:
         }
         return thread;
     }
-    std::unique_ptr<ports::CriticalSection> NewCriticalSection() override {
-        return real_.NewCriticalSection();
-    }
-    ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
-                               uint32_t timeoutMs) override {
-        return real_.WaitAny(objects, timeoutMs);
-    }
-    void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
 
     std::atomic<int> running{0};
-
-private:
-    ports::KernelObjects& real_;
 };
 
 class ShutdownTest : public WorkersFixture {

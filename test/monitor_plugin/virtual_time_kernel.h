@@ -2,8 +2,8 @@
 // Native kernel objects on virtual time, for the workers' long periods: a timed wait ends by its
 // time-out only when the test moves the fake clock up to its deadline, never by real time. Waits
 // of 0 and without time-out are the real ones.
-#include "ports/kernel_objects.h"
 #include "sim/fake_clock.h"
+#include "sim/forwarding_kernel_objects.h"
 
 #include <algorithm>
 #include <chrono>
@@ -12,25 +12,10 @@
 #include <mutex>
 #include <vector>
 
-class VirtualTimeKernel final : public ports::KernelObjects {
+class VirtualTimeKernel final : public sim::ForwardingKernelObjects {
 public:
     VirtualTimeKernel(ports::KernelObjects& real, sim::FakeClock& clock)
-        : real_(real), clock_(clock) {}
-
-    std::unique_ptr<ports::Event> NewEvent(bool manualReset, bool initiallySet,
-                                           const std::u16string& name = {}) override {
-        return real_.NewEvent(manualReset, initiallySet, name);
-    }
-    ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override {
-        return real_.OpenExistingEvent(name);
-    }
-    std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override {
-        return real_.StartThread(std::move(body));
-    }
-    std::unique_ptr<ports::CriticalSection> NewCriticalSection() override {
-        return real_.NewCriticalSection();
-    }
-    void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
+        : ForwardingKernelObjects(real), clock_(clock) {}
 
     ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
                                uint32_t timeoutMs) override {
@@ -101,7 +86,6 @@ private:
         std::shared_ptr<ports::Event> expired;
     };
 
-    ports::KernelObjects& real_;
     sim::FakeClock& clock_;
     std::mutex mutex_;
     std::condition_variable changed_;
