@@ -39,6 +39,7 @@ public:
         return real_.WaitAny(objects, timeoutMs);
     }
     void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
+    uint64_t CurrentThreadId() override { return real_.CurrentThreadId(); }
 
     std::atomic<int> running{0};
 

@@ -31,6 +31,7 @@ public:
         return real_.NewCriticalSection();
     }
     void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
+    uint64_t CurrentThreadId() override { return real_.CurrentThreadId(); }
 
     ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
                                uint32_t timeoutMs) override {
