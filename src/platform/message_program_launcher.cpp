@@ -2,6 +2,7 @@
 
 #include "platform/message_command_line.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -12,13 +13,6 @@ namespace {
 constexpr uint32_t kUnreadableExitCode = 0x80004005;
 // The kind-1 program ends with this code when the user asks to stop the recording.
 constexpr uint32_t kStopRecordingExitCode = 1;
-
-// The table and kind a watcher thread serves, so that a stop it causes does not wait for itself.
-struct WatcherIdentity {
-    const void* table = nullptr;
-    int32_t kind = 0;
-};
-thread_local WatcherIdentity currentWatcher;
 
 } // namespace
 
@@ -77,13 +71,19 @@ void MessageProgramLauncher::StartWatcher(int32_t kind, Entry& entry) {
 
 uint32_t MessageProgramLauncher::Watch(int32_t kind,
                                        const std::shared_ptr<ports::SessionProcess>& process) {
-    currentWatcher = {this, kind};
+    const uint64_t threadId = kernel_.CurrentThreadId();
+    {
+        std::lock_guard lock(mutex_);
+        watchers_.push_back({threadId, kind});
+    }
     process->WaitForExit(ports::kInfinite);
     const std::optional<uint32_t> exitCode = process->ExitCode();
     if (exitCode && kind == ports::kMessageRecording && *exitCode == kStopRecordingExitCode &&
         stopRecording_) {
         stopRecording_();
     }
+    std::lock_guard lock(mutex_);
+    std::erase_if(watchers_, [&](const Watcher& watcher) { return watcher.threadId == threadId; });
     return exitCode.value_or(kUnreadableExitCode);
 }
 
@@ -138,8 +138,12 @@ void MessageProgramLauncher::CloseProgram(int32_t kind) {
     }
 }
 
-bool MessageProgramLauncher::OnWatcherOf(int32_t kind) const {
-    return currentWatcher.table == this && currentWatcher.kind == kind;
+bool MessageProgramLauncher::OnWatcherOf(int32_t kind) {
+    const uint64_t caller = kernel_.CurrentThreadId();
+    std::lock_guard lock(mutex_);
+    return std::any_of(watchers_.begin(), watchers_.end(), [&](const Watcher& watcher) {
+        return watcher.threadId == caller && watcher.kind == kind;
+    });
 }
 
 void MessageProgramLauncher::SetEnabled(int32_t kind, int32_t enabled) {

@@ -53,15 +53,24 @@ private:
     uint32_t Watch(int32_t kind, const std::shared_ptr<ports::SessionProcess>& process);
     void CloseProgram(int32_t kind);
     void Release(Entry& entry, bool onItsWatcher);
-    bool OnWatcherOf(int32_t kind) const;
+    bool OnWatcherOf(int32_t kind);
 
     ports::UserSession& session_;
     ports::KernelObjects& kernel_;
     const StopRecording stopRecording_;
     const uint32_t closeGraceMs_;
-    // Guards the table only; no wait happens while it is held.
+    // Guards the table and the running watchers; no wait happens while it is held.
     std::mutex mutex_;
     std::map<int32_t, Entry> table_;
+    // The running watcher threads by thread identifier and the kind each serves, so that a stop
+    // a watcher causes does not wait for itself. Not a thread_local: under MinGW that is kept by
+    // the run-time's thread keys, whose record of a host thread that asks is never closed when
+    // the module is unloaded (a thread handle, an event and two semaphores each time).
+    struct Watcher {
+        uint64_t threadId;
+        int32_t kind;
+    };
+    std::vector<Watcher> watchers_;
     // Watchers that stopped their own program: they may still be returning through
     // stopRecording, so the destructor waits for them.
     std::vector<std::unique_ptr<ports::Thread>> finishing_;

@@ -44,6 +44,9 @@ public:
     }
 
     virtual void Sleep(uint32_t milliseconds) = 0;
+
+    // The calling thread's identifier; no two running threads share one.
+    virtual uint64_t CurrentThreadId() = 0;
 };
 
 // The most objects one wait takes (MAXIMUM_WAIT_OBJECTS).

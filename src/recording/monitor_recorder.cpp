@@ -40,11 +40,10 @@ int64_t Remaining(ports::Clock& clock, int32_t periodMs, int64_t startMs) {
 // Everything one started recording owns. The sampling thread shares it, so a recording that is
 // stopped while its thread is still busy stays whole until the thread lets go.
 struct MonitorRecorder::Recording {
-    Recording(const MonitorRecorder& recorder, int32_t capacity)
-        : owner(recorder), ring(capacity, kRecordBytes, kRecordsPerPage),
+    explicit Recording(int32_t capacity)
+        : ring(capacity, kRecordBytes, kRecordsPerPage),
           pages(std::make_shared<PageTable>(capacity)) {}
 
-    const MonitorRecorder& owner;
     RecordBuffer ring;
     std::shared_ptr<PageTable> pages;
     std::unique_ptr<ports::UiProcess> uiProcess;
@@ -57,7 +56,25 @@ struct MonitorRecorder::Recording {
     void* context = nullptr;
 };
 
-thread_local const MonitorRecorder::Recording* MonitorRecorder::samplingThreadRecording_ = nullptr;
+class MonitorRecorder::SamplingThreadEntry {
+public:
+    SamplingThreadEntry(MonitorRecorder& recorder, const Recording& recording)
+        : recorder_(recorder), threadId_(recorder.kernel_.CurrentThreadId()) {
+        std::lock_guard lock(recorder_.samplingThreadsLock_);
+        recorder_.samplingThreads_.push_back({threadId_, &recording});
+    }
+    ~SamplingThreadEntry() {
+        std::lock_guard lock(recorder_.samplingThreadsLock_);
+        std::erase_if(recorder_.samplingThreads_,
+                      [&](const SamplingThread& entry) { return entry.threadId == threadId_; });
+    }
+    SamplingThreadEntry(const SamplingThreadEntry&) = delete;
+    SamplingThreadEntry& operator=(const SamplingThreadEntry&) = delete;
+
+private:
+    MonitorRecorder& recorder_;
+    const uint64_t threadId_;
+};
 
 // Holds the session lock. On one of the recorder's sampling threads it gives up once that thread
 // is told to stop, because whoever stops it holds the lock and waits for the thread.
@@ -188,7 +205,7 @@ int64_t MonitorRecorder::Launch(const StartRequest& request) {
 
 std::shared_ptr<MonitorRecorder::Recording> MonitorRecorder::NewRecording(int32_t capacity) const {
     try {
-        return std::make_shared<Recording>(*this, capacity);
+        return std::make_shared<Recording>(capacity);
     } catch (const std::bad_alloc&) {
         Fail("out of memory");
     }
@@ -246,7 +263,7 @@ void MonitorRecorder::ReapRetiredThreads() {
 }
 
 uint32_t MonitorRecorder::Sample(std::shared_ptr<Recording> recording) {
-    samplingThreadRecording_ = recording.get();
+    const SamplingThreadEntry entry(*this, *recording);
     ports::Waitable* const ends[] = {recording->uiProcess.get(), recording->threadStop.get()};
     auto outcome = kernel_.WaitAny(ends, 0);
     SamplingSchedule schedule(recording->intervalMs);
@@ -420,8 +437,12 @@ std::shared_ptr<MonitorRecorder::Recording> MonitorRecorder::CurrentRecording() 
 }
 
 const MonitorRecorder::Recording* MonitorRecorder::OwnRecording() const {
-    const Recording* recording = samplingThreadRecording_;
-    return recording != nullptr && &recording->owner == this ? recording : nullptr;
+    const uint64_t caller = kernel_.CurrentThreadId();
+    std::lock_guard lock(samplingThreadsLock_);
+    const auto found =
+        std::find_if(samplingThreads_.begin(), samplingThreads_.end(),
+                     [&](const SamplingThread& entry) { return entry.threadId == caller; });
+    return found != samplingThreads_.end() ? found->recording : nullptr;
 }
 
 void MonitorRecorder::Deliver(const Notices& notices) {

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <vector>
@@ -149,7 +150,19 @@ private:
     const Recording* OwnRecording() const;
     static void Deliver(const Notices& notices);
 
-    static thread_local const Recording* samplingThreadRecording_;
+    // Registers the calling sampling thread with its recording for as long as it lives.
+    class SamplingThreadEntry;
+
+    // The sampling threads by thread identifier. Not a thread_local: under MinGW that is kept by
+    // the run-time's thread keys, and the record they keep for a host thread that reads it (every
+    // request asks whether it came from a sampling thread) is never closed when the module is
+    // unloaded, leaving a thread handle, an event and two semaphores behind each time.
+    struct SamplingThread {
+        uint64_t threadId;
+        const Recording* recording;
+    };
+    mutable std::mutex samplingThreadsLock_;
+    std::vector<SamplingThread> samplingThreads_;
 
     ports::KernelObjects& kernel_;
     ports::Clock& clock_;

@@ -48,7 +48,7 @@ void RecordBuffer::Append(const void* record) {
     if (record == nullptr) {
         throw std::invalid_argument("data is null");
     }
-    std::unique_lock guard(lock_);
+    std::lock_guard guard(lock_);
     // Blocks and the ring are whole multiples of unit, so a record never straddles either.
     std::memcpy(RunAt(writeOffset_).data(), record, unit_);
     writeOffset_ += unit_;
@@ -77,7 +77,7 @@ void RecordBuffer::Read(int32_t round, int32_t count, uint8_t* const* pages) con
         throw std::invalid_argument("data is null");
     }
 
-    std::shared_lock guard(lock_);
+    std::lock_guard guard(lock_);
     // round >= 0 follows from the count check. round == written is admitted on purpose: that slot
     // is not written yet and reads as zeros or as the record it is about to replace.
     if (round > written_.load(std::memory_order_relaxed)) {

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <shared_mutex>
+#include <mutex>
 #include <span>
 #include <vector>
 
@@ -47,5 +47,10 @@ private:
     uint64_t ringBytes_ = 0;
     uint64_t writeOffset_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> blocks_;
-    mutable std::shared_mutex lock_;
+    // A plain mutex, not a reader-writer lock: the MinGW run-time's reader-writer lock keeps a
+    // record of every thread that takes it, and the one it keeps for the host's thread (which
+    // reads pages and outlives the module) is never closed when the module is unloaded: a
+    // thread handle, an event and two semaphores per recording. Readers copy a few pages at a
+    // time, so they gain little from sharing the lock.
+    mutable std::mutex lock_;
 };

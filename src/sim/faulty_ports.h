@@ -72,6 +72,7 @@ public:
         return inner_.WaitAny(objects, timeoutMs);
     }
     void Sleep(uint32_t milliseconds) override { inner_.Sleep(milliseconds); }
+    uint64_t CurrentThreadId() override { return inner_.CurrentThreadId(); }
 
 private:
     FaultPlan& plan_;

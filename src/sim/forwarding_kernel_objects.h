@@ -29,6 +29,7 @@ public:
         return real_.WaitAny(objects, timeoutMs);
     }
     void Sleep(uint32_t milliseconds) override { real_.Sleep(milliseconds); }
+    uint64_t CurrentThreadId() override { return real_.CurrentThreadId(); }
 
 protected:
     ports::KernelObjects& real_;

@@ -5,6 +5,7 @@
 #include "sim/native_thread.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -62,6 +63,13 @@ ports::WaitOutcome NativeKernelObjects::WaitAny(std::span<ports::Waitable* const
 
 void NativeKernelObjects::Sleep(uint32_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+// Numbered on first use, since std::thread::id has no integer form and its hash may collide.
+uint64_t NativeKernelObjects::CurrentThreadId() {
+    static std::atomic<uint64_t> next{1};
+    thread_local const uint64_t id = next.fetch_add(1, std::memory_order_relaxed);
+    return id;
 }
 
 } // namespace sim

@@ -17,6 +17,7 @@ public:
     ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
                                uint32_t timeoutMs) override;
     void Sleep(uint32_t milliseconds) override;
+    uint64_t CurrentThreadId() override;
 };
 
 } // namespace sim

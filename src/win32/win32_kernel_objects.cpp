@@ -86,4 +86,8 @@ void Win32KernelObjects::Sleep(uint32_t milliseconds) {
     ::Sleep(milliseconds);
 }
 
+uint64_t Win32KernelObjects::CurrentThreadId() {
+    return ::GetCurrentThreadId();
+}
+
 } // namespace win32

@@ -130,6 +130,7 @@ TEST(CpuInitializedEventTest, any_failure_other_than_not_found_gives_null) {
             return {};
         }
         void Sleep(uint32_t) override {}
+        uint64_t CurrentThreadId() override { return 1; }
         int created = 0;
     } kernel;
     EXPECT_EQ(cpu::OpenCPUInitializedEvent(kernel), nullptr);
