@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace VelmorValueSet {
 
@@ -132,12 +133,14 @@ private:
     static ValueChunk* ChunkOf(const OrvexValue* value) {
         return (static_cast<const AllocationHeader*>(static_cast<const void*>(value)) - 1)->chunk;
     }
-    // A kind-0 value placed in the chunk, which must have room for its footprint.
-    static OrvexValue* NewIn(ValueChunk& chunk) {
+    // A value made from args (kind 0 without any) placed in the chunk, which must have room for
+    // its footprint; a payload too long to be inline gets a block of its own.
+    template <typename... Args>
+    static OrvexValue* NewIn(ValueChunk& chunk, Args&&... args) {
         auto* header = ::new (chunk.Take(sizeof(AllocationHeader) + sizeof(OrvexValue)))
             AllocationHeader{&chunk};
         chunk.PlaceValue();
-        return ::new (static_cast<void*>(header + 1)) OrvexValue();
+        return ::new (static_cast<void*>(header + 1)) OrvexValue(std::forward<Args>(args)...);
     }
     // Makes this a value of the kind whose payload is placed in the chunk, which must have room
     // for it; a text's terminator is zeroed, the rest is left for the caller to fill.

@@ -26,18 +26,73 @@ T ReadOr(const ValueSet& set, std::string_view key, T (OrvexValue::*read)() cons
 
 } // namespace
 
+namespace {
+
+// Builder chunks start small, for the many sets of one or two values, and double while a set
+// grows.
+constexpr std::size_t kFirstBuilderBytes = 512;
+constexpr std::size_t kLargestBuilderBytes = 4096;
+
+} // namespace
+
 ValueSet::ValueSet() = default;
 ValueSet::~ValueSet() {
     DestroyValues();
+    DropBuilder();
 }
-ValueSet::ValueSet(ValueSet&&) noexcept = default;
+ValueSet::ValueSet(ValueSet&& other) noexcept
+    : entries_(std::move(other.entries_)), builder_(std::exchange(other.builder_, nullptr)),
+      builderCapacity_(std::exchange(other.builderCapacity_, 0)) {}
 
 ValueSet& ValueSet::operator=(ValueSet&& other) noexcept {
     if (this != &other) {
         DestroyValues();
+        DropBuilder();
         entries_ = std::move(other.entries_);
+        builder_ = std::exchange(other.builder_, nullptr);
+        builderCapacity_ = std::exchange(other.builderCapacity_, 0);
     }
     return *this;
+}
+
+void ValueSet::DropBuilder() {
+    if (builder_ != nullptr) {
+        std::exchange(builder_, nullptr)->ReaderDone();
+    }
+}
+
+bool ValueSet::BuilderRoom(std::size_t footprint) {
+    if (builder_ != nullptr && builder_->Room() >= footprint) {
+        return true;
+    }
+    const std::size_t capacity = std::max(
+        footprint, builderCapacity_ == 0 ? kFirstBuilderBytes
+                                         : std::min(builderCapacity_ * 2, kLargestBuilderBytes));
+    ValueChunk* fresh = ValueChunk::Make(capacity);
+    if (fresh == nullptr) {
+        return false;
+    }
+    DropBuilder();
+    builder_ = fresh;
+    builderCapacity_ = capacity;
+    return true;
+}
+
+template <typename... Args>
+OrvexValue* ValueSet::NewBuilt(Args&&... args) {
+    if (!BuilderRoom(OrvexValue::ChunkFootprint(Kind::None, 0))) {
+        return nullptr;
+    }
+    return OrvexValue::NewIn(*builder_, std::forward<Args>(args)...);
+}
+
+OrvexValue* ValueSet::NewBuiltMap() {
+    if (!BuilderRoom(OrvexValue::ChunkFootprint(Kind::Map, 0))) {
+        return nullptr;
+    }
+    OrvexValue* value = OrvexValue::NewIn(*builder_);
+    value->MakeMapIn(*builder_, 0);
+    return value;
 }
 
 void ValueSet::DestroyValues() {
@@ -134,7 +189,15 @@ bool ValueSet::Set(std::string_view key, std::unique_ptr<OrvexValue> value) {
 
 template <typename T>
 bool ValueSet::SetNew(std::string_view key, T value) {
-    return Set(key, std::make_unique<OrvexValue>(value));
+    auto* slot = CheckedSlot(key);
+    if (slot == nullptr) {
+        return false;
+    }
+    OrvexValue* built = *slot == nullptr ? NewBuilt(value) : nullptr;
+    std::unique_ptr<OrvexValue> made(built != nullptr ? built : new OrvexValue(value));
+    // The old value dies only when the new one is in place: the text may point into it.
+    std::unique_ptr<OrvexValue> old = std::exchange(*slot, std::move(made));
+    return true;
 }
 
 bool ValueSet::SetBlock(std::string_view key, const void* bytes, std::size_t size) {
@@ -194,9 +257,15 @@ std::span<const uint8_t> ValueSet::GetBlock(std::string_view key) const {
 
 ValueSet* ValueSet::CreateMap(std::string_view key) {
     try {
-        auto value = std::make_unique<OrvexValue>(ValueSet());
+        auto* slot = CheckedSlot(key);
+        if (slot == nullptr) {
+            return nullptr;
+        }
+        OrvexValue* built = *slot == nullptr ? NewBuiltMap() : nullptr;
+        std::unique_ptr<OrvexValue> value(built != nullptr ? built : new OrvexValue(ValueSet()));
         ValueSet* map = value->AsMap();
-        return Set(key, std::move(value)) ? map : nullptr;
+        std::unique_ptr<OrvexValue> old = std::exchange(*slot, std::move(value));
+        return map;
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
@@ -216,6 +285,7 @@ std::unique_ptr<OrvexValue>& ValueSet::Slot(std::string_view key) {
 
 void ValueSet::Clear() {
     DestroyValues();
+    DropBuilder();
 }
 
 void ValueSet::CopyFrom(const ValueSet& other) {

@@ -156,8 +156,21 @@ private:
     std::unique_ptr<OrvexValue>* CheckedSlot(std::string_view key);
     template <typename T>
     bool SetNew(std::string_view key, T value);
+    // A new key's value made from args, or its map, carved from the builder chunk; null when no
+    // chunk with room could be had.
+    template <typename... Args>
+    OrvexValue* NewBuilt(Args&&... args);
+    OrvexValue* NewBuiltMap();
+    bool BuilderRoom(std::size_t footprint);
+    // The set places no more values in its builder chunk, which goes with the last of them.
+    void DropBuilder();
 
     ChunkVector<Entry> entries_;
+    // The chunk the setters carve the values of new keys from while a set is built, so an answer
+    // of forty values costs a few blocks instead of forty. A replaced value and the values after
+    // Clear take no room from it, so a set that lives long and changes does not grow it.
+    ValueChunk* builder_ = nullptr;
+    std::size_t builderCapacity_ = 0;
 };
 
 } // namespace VelmorValueSet

@@ -750,4 +750,44 @@ TEST(ValueSet, set_block_refuses_a_null_pointer_with_a_size) {
     EXPECT_EQ(set.Find("K")->Length(), 0u);
 }
 
+// The setters carve new keys' values from chunks of the set: what follows must hold whatever
+// block a value lives in.
+TEST(ValueSetBuilding, a_value_taken_out_of_a_set_outlives_the_set) {
+    std::unique_ptr<OrvexValue> taken;
+    {
+        ValueSet set;
+        for (int32_t i = 0; i < 40; ++i) {
+            set.SetInt32("Key" + std::to_string(i), i);
+        }
+        set.SetString("Text", u"a text longer than sixteen bytes");
+        taken = std::move(set.Slot("Key7"));
+    }
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(taken->AsInt32(), 7);
+}
+
+TEST(ValueSetBuilding, replacing_cleared_and_moved_sets_keep_their_values) {
+    ValueSet set;
+    for (int32_t round = 0; round < 100; ++round) {
+        set.SetDouble("Usage", round);
+    }
+    EXPECT_EQ(set.GetDouble("Usage"), 99.0);
+    set.NewMap("Core0").SetInt32("ProcessorFrequency", 4500);
+    set.Clear();
+    EXPECT_TRUE(set.Empty());
+    set.SetInt32("Command", 1);
+
+    ValueSet moved = std::move(set);
+    moved.SetInt32("Phase", 2);
+    moved.NewMap("Adapter0").SetString("GPUState", u"1");
+    ValueSet assigned;
+    assigned.SetInt32("Lost", 0);
+    assigned = std::move(moved);
+    EXPECT_EQ(assigned.GetInt32("Command"), 1);
+    EXPECT_EQ(assigned.GetInt32("Phase"), 2);
+    EXPECT_EQ(assigned.FindMap("Adapter0")->GetString("GPUState"), u"1");
+    EXPECT_FALSE(assigned.Contains("Lost"));
+    EXPECT_EQ(assigned.Count(), 3u);
+}
+
 } // namespace
