@@ -1,5 +1,6 @@
 #include "scenario_file.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -37,11 +38,24 @@ void ForEachLine(std::string_view text, OnSection onSection, OnValue onValue) {
     }
 }
 
+// Read through C's files rather than a stream: a stand-in reads its scenario on the host's thread,
+// where a stream would set up the C++ run-time's locale (see stand_in.cpp).
 std::string FileText(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
+#ifdef _WIN32
+    std::FILE* stream = _wfopen(file.c_str(), L"rb");
+#else
+    std::FILE* stream = std::fopen(file.c_str(), "rb");
+#endif
+    std::string text;
+    if (stream == nullptr) {
+        return text;
+    }
+    char block[4096];
+    for (std::size_t read; (read = std::fread(block, 1, sizeof block, stream)) > 0;) {
+        text.append(block, read);
+    }
+    std::fclose(stream);
+    return text;
 }
 
 // (section, text) of every line of the calls file.

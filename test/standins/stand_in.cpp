@@ -3,6 +3,14 @@
 namespace standin {
 namespace {
 
+// The stand-in's files in folder. Their names are ASCII and widened here: the path's own conversion
+// of narrow text sets up the C++ run-time's locale on the host's thread, which makes MinGW's thread
+// library keep a record of that thread (a handle and an event) that nothing frees when the
+// stand-in is unloaded.
+std::filesystem::path FileIn(const std::filesystem::path& folder, std::string_view name) {
+    return folder / std::wstring(name.begin(), name.end());
+}
+
 std::filesystem::path OwnFolder() {
     HMODULE self = nullptr;
     ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
@@ -24,7 +32,7 @@ std::filesystem::path OwnFolder() {
 std::filesystem::path ScenarioFolderOf(const std::filesystem::path& own) {
     for (std::filesystem::path folder = own;; folder = folder.parent_path()) {
         std::error_code ignored;
-        if (std::filesystem::exists(folder / kScenarioFileName, ignored)) {
+        if (std::filesystem::exists(FileIn(folder, kScenarioFileName), ignored)) {
             return folder;
         }
         if (folder == folder.parent_path()) {
@@ -37,7 +45,7 @@ std::filesystem::path ScenarioFolderOf(const std::filesystem::path& own) {
 
 StandIn::StandIn(const char* section)
     : m_section(section), m_folder(ScenarioFolderOf(OwnFolder())),
-      m_scenario(Scenario::Read(m_folder / kScenarioFileName)) {}
+      m_scenario(Scenario::Read(FileIn(m_folder, kScenarioFileName))) {}
 
 std::optional<std::string> StandIn::Text(const std::string& key) const {
     return m_scenario.Text(m_section, key);
@@ -68,7 +76,7 @@ std::wstring StandIn::Wide(const std::string& key, const std::wstring& otherwise
 // threads and from several stand-ins never interleave.
 void StandIn::Record(const std::string& line) const {
     const std::string text = std::string(m_section) + ": " + line + "\n";
-    const HANDLE file = ::CreateFileW((m_folder / kCallsFileName).c_str(), FILE_APPEND_DATA,
+    const HANDLE file = ::CreateFileW(FileIn(m_folder, kCallsFileName).c_str(), FILE_APPEND_DATA,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                       nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
