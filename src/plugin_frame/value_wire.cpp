@@ -145,6 +145,9 @@ public:
         }
         const uint8_t* at = body.data();
         const uint8_t* const end = at + body.size();
+        // The greatest key so far (the last entry's), compared where it lies in the input: the
+        // entry's copy of it was just stored in pieces, and reading it back would stall.
+        std::string_view last;
         while (at != end) {
             const std::size_t keyLength = *at++;
             if (keyLength + kValueHeaderSize > Left(at, end)) {
@@ -178,8 +181,9 @@ public:
             // reading stops there as at the end.
             at += std::min(advance, Left(at, end));
             // A body written from a set has its keys in order: each entry goes at the end.
-            if (entries.empty() || ValueSet::KeyLess(entries.back().key, key)) {
+            if (entries.empty() || ValueSet::KeyLess(last, key)) {
                 entries.emplace_back(key, std::move(value));
+                last = key;
                 continue;
             }
             auto& slot = into.InsertSlotInside(key);
