@@ -220,16 +220,16 @@ void* FaultyHostHeap::Allocate(std::size_t size) {
 std::unique_ptr<ports::Event> FaultyKernelObjects::NewEvent(bool manualReset, bool initiallySet,
                                                             const std::u16string& name) {
     return plan_.Fails("Kernel.NewEvent") ? nullptr
-                                          : inner_.NewEvent(manualReset, initiallySet, name);
+                                          : real_.NewEvent(manualReset, initiallySet, name);
 }
 
 ports::OpenedEvent FaultyKernelObjects::OpenExistingEvent(const std::u16string& name) {
     return plan_.Fails("Kernel.OpenExistingEvent") ? ports::OpenedEvent{}
-                                                   : inner_.OpenExistingEvent(name);
+                                                   : real_.OpenExistingEvent(name);
 }
 
 std::unique_ptr<ports::Thread> FaultyKernelObjects::StartThread(std::function<uint32_t()> body) {
-    return plan_.Fails("Kernel.StartThread") ? nullptr : inner_.StartThread(std::move(body));
+    return plan_.Fails("Kernel.StartThread") ? nullptr : real_.StartThread(std::move(body));
 }
 
 std::unique_ptr<ports::UiProcess> FaultyUiProcesses::Open(uint32_t processId) {

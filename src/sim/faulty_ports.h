@@ -34,6 +34,7 @@
 #include "ports/wmi.h"
 #include "ports/xtu_library.h"
 #include "sim/fault_plan.h"
+#include "sim/forwarding_kernel_objects.h"
 
 #include <memory>
 
@@ -54,29 +55,20 @@ private:
     ports::HostHeap& inner_;
 };
 
-class FaultyKernelObjects final : public ports::KernelObjects {
+// A wait on objects the caller owns fails only for a handle that is not one, a defect of the
+// caller rather than a refusal of the system, so waits (like locks, sleeps and the thread's
+// identifier) are passed through.
+class FaultyKernelObjects final : public ForwardingKernelObjects {
 public:
     FaultyKernelObjects(FaultPlan& plan, ports::KernelObjects& inner)
-        : plan_(plan), inner_(inner) {}
+        : ForwardingKernelObjects(inner), plan_(plan) {}
     std::unique_ptr<ports::Event> NewEvent(bool manualReset, bool initiallySet,
                                            const std::u16string& name) override;
     ports::OpenedEvent OpenExistingEvent(const std::u16string& name) override;
     std::unique_ptr<ports::Thread> StartThread(std::function<uint32_t()> body) override;
-    std::unique_ptr<ports::CriticalSection> NewCriticalSection() override {
-        return inner_.NewCriticalSection();
-    }
-    // A wait on objects the caller owns fails only for a handle that is not one, a defect of the
-    // caller rather than a refusal of the system, so waits are not made to fail.
-    ports::WaitOutcome WaitAny(std::span<ports::Waitable* const> objects,
-                               uint32_t timeoutMs) override {
-        return inner_.WaitAny(objects, timeoutMs);
-    }
-    void Sleep(uint32_t milliseconds) override { inner_.Sleep(milliseconds); }
-    uint64_t CurrentThreadId() override { return inner_.CurrentThreadId(); }
 
 private:
     FaultPlan& plan_;
-    ports::KernelObjects& inner_;
 };
 
 class FaultyUiProcesses final : public ports::UiProcesses {
