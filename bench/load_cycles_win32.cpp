@@ -26,8 +26,7 @@ std::wstring OwnFolder() {
 }
 
 int32_t IntOf(const std::optional<test_host::Tree>& tree, std::string_view key) {
-    const Value* value = tree ? tree->Find(key) : nullptr;
-    return value != nullptr ? value->AsInt32().value_or(-999) : -999;
+    return tree ? test_host::IntOf(*tree, key) : -999;
 }
 
 // One life of the plug-in; empty when every step answered as it should, else what went wrong.

@@ -7,10 +7,7 @@
 
 namespace abi_test {
 
-inline int32_t IntOf(const test_host::Tree& tree, std::string_view key) {
-    const test_host::Value* value = tree.Find(key);
-    return value != nullptr ? value->AsInt32().value_or(-999) : -999;
-}
+using test_host::IntOf;
 
 // The trees of the announcements received so far, in order.
 inline std::vector<test_host::Tree> DataUpdates(const test_host::TestHost& host) {

@@ -30,9 +30,8 @@ void OneCycle() {
 }
 
 int32_t ResultOf(TestHost& host, const test_host::Tree& request) {
-    const auto answer = host.SendRequest(request).AnswerTree();
-    const Value* result = answer ? answer->Find("Result") : nullptr;
-    return result != nullptr ? result->AsInt32().value_or(-999) : -999;
+    return test_host::IntOf(host.SendRequest(request).AnswerTree().value_or(test_host::Tree{}),
+                            "Result");
 }
 
 // A life with a recording: started (its first sample announced), a page read and the session

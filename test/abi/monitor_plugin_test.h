@@ -9,6 +9,7 @@
 
 namespace abi_test {
 
+using test_host::IntOf;
 using test_host::abi::Result;
 
 inline constexpr const wchar_t* kPluginFile = L"MonitorPlugin.dll";
@@ -47,11 +48,6 @@ protected:
         const test_host::Exchange exchange = host.SendRequest(request);
         EXPECT_EQ(exchange.result, 0);
         return exchange.AnswerTree().value_or(test_host::Tree{});
-    }
-    // A 32-bit integer of the tree; -999 when missing or of another kind.
-    static int32_t IntOf(const test_host::Tree& tree, std::string_view key) {
-        const test_host::Value* value = tree.Find(key);
-        return value != nullptr ? value->AsInt32().value_or(-999) : -999;
     }
 
     // Command 17 for this process as the user interface: the recording's serial number, 0 when

@@ -292,6 +292,11 @@ bool TestHost::WaitForRequests(size_t count, std::chrono::milliseconds timeout) 
     return WaitUntil(timeout, [&] { return requests_.size() >= count; });
 }
 
+int32_t IntOf(const Tree& tree, std::string_view key) {
+    const Value* value = tree.Find(key);
+    return value != nullptr ? value->AsInt32().value_or(-999) : -999;
+}
+
 int32_t StartRecording(TestHost& host, int32_t capacity, int32_t intervalMs) {
     const size_t asked = host.Requests().size();
     const auto started = host.SendRequest({{"Command", Value::Int32(17)},

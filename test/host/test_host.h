@@ -16,6 +16,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace test_host {
@@ -168,6 +169,9 @@ private:
     PluginReference plugin_;
     EventHandlerReference eventHandler_;
 };
+
+// A 32-bit integer of the tree; -999 when missing or of another kind.
+int32_t IntOf(const Tree& tree, std::string_view key);
 
 // Starts a recording for this process as the user interface (command 17) and waits until its first
 // record is announced; its serial number, or 0 when it did not start or nothing was announced.
